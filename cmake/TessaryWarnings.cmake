@@ -1,0 +1,8 @@
+# Every target of ours gets the same warnings; CI turns them into errors so a warning
+# never lands quietly.
+add_library(tessary_warnings INTERFACE)
+target_compile_options(tessary_warnings INTERFACE -Wall -Wextra -Wpedantic)
+if(DEFINED ENV{CI} AND NOT "$ENV{CI}" STREQUAL "" AND NOT "$ENV{CI}" STREQUAL "false")
+  message(STATUS "CI build: warnings are errors")
+  target_compile_options(tessary_warnings INTERFACE -Werror)
+endif()
