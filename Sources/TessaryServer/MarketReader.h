@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Tessary/MarketData/WireRecords.h"
+
+#include <QDate>
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tessary::server {
+
+// One trading day of one symbol.
+struct DailyBar {
+    QDate date;
+    double close = 0;    // as traded
+    double adjClose = 0; // split- and dividend-adjusted
+};
+
+// One 15-minute bar; `time` is the instant the bar closes (09:45 … 16:00 New York).
+struct IntradayBar {
+    qint64 time = 0; // milliseconds since 1970
+    double close = 0;
+    double adjClose = 0;
+};
+
+using DailyHistory = std::vector<DailyBar>;
+using IntradayHistory = std::vector<IntradayBar>;
+
+enum class DataSource { simulated, imported };
+
+// What the request handlers read. The SQLite database implements it; histories are shared,
+// immutable snapshots, so a handler may keep one while an import replaces the symbol.
+class MarketReader {
+public:
+    virtual ~MarketReader() = default;
+
+    // Every known symbol, sorted by symbol.
+    virtual const std::vector<TickerInfo>& universe() const = 0;
+    // Exact (upper-case) symbol.
+    virtual const TickerInfo* find(QStringView symbol) const = 0;
+    // Oldest first, one bar per trading day; empty (never null) when the symbol has none.
+    virtual std::shared_ptr<const DailyHistory> dailyBars(const QString& symbol) const = 0;
+    virtual std::shared_ptr<const IntradayHistory> intradayBars(const QString& symbol) const = 0;
+    // The last daily bar of the whole market: presets end here, not at the wall clock.
+    virtual std::optional<QDate> lastMarketDate() const = 0;
+    virtual DataSource dataSource() const = 0;
+};
+
+} // namespace tessary::server
