@@ -96,7 +96,6 @@ QString parseFailure(simdjson::error_code code)
     case simdjson::DEPTH_ERROR:
         return QStringLiteral("too deeply nested document");
     case simdjson::NUMBER_ERROR:
-    case simdjson::BIGINT_ERROR:
         return QStringLiteral("a number is malformed or out of range");
     case simdjson::CAPACITY:
         return QStringLiteral("the body is too large");
