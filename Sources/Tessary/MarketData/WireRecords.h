@@ -20,9 +20,9 @@ using OptionalValues = std::vector<std::optional<double>>;
 
 // The span and bar size the service actually used. Day texts are "yyyy-MM-dd".
 struct RangeSummary {
-    QString actualStart;   // actual_start
-    QString actualEnd;     // actual_end
-    QString interval;      // "15min", "1D", "1W"
+    QString actualStart; // actual_start
+    QString actualEnd; // actual_end
+    QString interval; // "15min", "1D", "1W"
 
     friend bool operator==(const RangeSummary&, const RangeSummary&) = default;
 };
@@ -31,8 +31,8 @@ struct RangeSummary {
 // point without a value.
 struct TickerSeries {
     QString ticker;
-    std::vector<qint64> dates;              // milliseconds since 1970, oldest first
-    OptionalValues performance;             // fractions from the start of the series
+    std::vector<qint64> dates; // milliseconds since 1970, oldest first
+    OptionalValues performance; // fractions from the start of the series
     std::optional<OptionalValues> adjClose; // adjClose
 
     friend bool operator==(const TickerSeries&, const TickerSeries&) = default;
@@ -43,12 +43,12 @@ struct TickerRanking {
     QString ticker;
     std::optional<double> cagr;
     std::optional<double> volatility;
-    std::optional<double> netReturn;          // net_return
-    std::optional<double> sharpeRatio;        // sharpe_ratio
-    std::optional<double> periodMaxDrawdown;  // period_max_drawdown
-    std::optional<QString> startDate;         // start_date
-    std::optional<double> endValue;           // end_value
-    std::optional<double> marketCap;          // market_cap
+    std::optional<double> netReturn; // net_return
+    std::optional<double> sharpeRatio; // sharpe_ratio
+    std::optional<double> periodMaxDrawdown; // period_max_drawdown
+    std::optional<QString> startDate; // start_date
+    std::optional<double> endValue; // end_value
+    std::optional<double> marketCap; // market_cap
     // preset_returns, keyed by Timeframe raw value, in document order.
     std::optional<std::vector<std::pair<QString, std::optional<double>>>> presetReturns;
 
@@ -57,7 +57,7 @@ struct TickerRanking {
 
 struct DataFreshness {
     std::optional<QString> latestHistoricalTimestamp; // latest_historical_timestamp
-    std::optional<QString> latestLiveTimestamp;       // latest_live_timestamp
+    std::optional<QString> latestLiveTimestamp; // latest_live_timestamp
 
     friend bool operator==(const DataFreshness&, const DataFreshness&) = default;
 };
@@ -66,9 +66,9 @@ struct PricesResponse {
     RangeSummary range;
     std::vector<TickerSeries> series;
     std::vector<TickerRanking> rankings;
-    std::optional<QStringList> skippedTickers;    // skipped_tickers
-    std::optional<DataFreshness> dataFreshness;   // data_freshness
-    std::optional<QString> dataSource;            // data_source: "simulated" or "imported"
+    std::optional<QStringList> skippedTickers; // skipped_tickers
+    std::optional<DataFreshness> dataFreshness; // data_freshness
+    std::optional<QString> dataSource; // data_source: "simulated" or "imported"
 
     friend bool operator==(const PricesResponse&, const PricesResponse&) = default;
 };

@@ -1,0 +1,160 @@
+#include "FastWireDecoding.h"
+
+#include "QtJsonNode.h"
+#include "WireReader.h"
+
+#if TESSARY_HAVE_SIMDJSON
+#include <simdjson.h>
+#endif
+
+namespace tessary::FastWireDecoding {
+
+#if TESSARY_HAVE_SIMDJSON
+
+namespace {
+
+// The reader's view of a simdjson DOM element.
+class SimdJsonNode {
+public:
+    explicit SimdJsonNode(simdjson::dom::element element)
+        : m_element(element)
+    {
+    }
+
+    JsonKind kind() const
+    {
+        switch (m_element.type()) {
+        case simdjson::dom::element_type::ARRAY:
+            return JsonKind::array;
+        case simdjson::dom::element_type::OBJECT:
+            return JsonKind::object;
+        case simdjson::dom::element_type::INT64:
+        case simdjson::dom::element_type::UINT64:
+        case simdjson::dom::element_type::DOUBLE:
+            return JsonKind::number;
+        case simdjson::dom::element_type::STRING:
+            return JsonKind::string;
+        case simdjson::dom::element_type::BOOL:
+            return JsonKind::boolean;
+        case simdjson::dom::element_type::NULL_VALUE:
+            break;
+        }
+        return JsonKind::null;
+    }
+
+    // Callers check kind() first, so the conversions below cannot fail.
+    double number() const { return m_element.get_double().value_unsafe(); }
+    bool boolean() const { return m_element.get_bool().value_unsafe(); }
+    QString string() const
+    {
+        const std::string_view text = m_element.get_string().value_unsafe();
+        return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    }
+    qsizetype size() const { return static_cast<qsizetype>(m_element.get_array().value_unsafe().size()); }
+
+    std::optional<SimdJsonNode> member(const char* key) const
+    {
+        simdjson::dom::object object;
+        simdjson::dom::element value;
+        if (m_element.get_object().get(object) != simdjson::SUCCESS
+            || object.at_key(key).get(value) != simdjson::SUCCESS)
+            return std::nullopt;
+        return SimdJsonNode(value);
+    }
+
+    template <class F> bool elements(F&& visit) const
+    {
+        qsizetype i = 0;
+        for (const simdjson::dom::element element : m_element.get_array().value_unsafe()) {
+            if (!visit(i++, SimdJsonNode(element)))
+                return false;
+        }
+        return true;
+    }
+
+    template <class F> bool members(F&& visit) const
+    {
+        for (const simdjson::dom::key_value_pair pair : m_element.get_object().value_unsafe()) {
+            const QString key = QString::fromUtf8(pair.key.data(), static_cast<qsizetype>(pair.key.size()));
+            if (!visit(key, SimdJsonNode(pair.value)))
+                return false;
+        }
+        return true;
+    }
+
+private:
+    simdjson::dom::element m_element;
+};
+
+QString parseFailure(simdjson::error_code code)
+{
+    switch (code) {
+    case simdjson::EMPTY:
+        return QStringLiteral("the body is empty");
+    case simdjson::UTF8_ERROR:
+        return QStringLiteral("the body is not valid UTF-8");
+    case simdjson::DEPTH_ERROR:
+        return QStringLiteral("too deeply nested document");
+    case simdjson::NUMBER_ERROR:
+        return QStringLiteral("a number is malformed or out of range");
+    case simdjson::CAPACITY:
+        return QStringLiteral("the body is too large");
+    default:
+        break;
+    }
+    return QStringLiteral("the body is not valid JSON");
+}
+
+template <class T> Decoded<T> decodeBody(const QByteArray& body)
+{
+    if (body.trimmed().isEmpty())
+        return std::unexpected(DecodingError { {}, parseFailure(simdjson::EMPTY) });
+    // One parser per thread keeps its buffers between bodies instead of reallocating
+    // megabytes for every refresh.
+    thread_local simdjson::dom::parser parser;
+    simdjson::dom::element root;
+    const auto code = parser.parse(body.constData(), static_cast<std::size_t>(body.size())).get(root);
+    if (code != simdjson::SUCCESS)
+        return std::unexpected(DecodingError { {}, parseFailure(code) });
+    return readWire<T>(SimdJsonNode(root));
+}
+
+} // namespace
+
+bool available()
+{
+    return true;
+}
+
+#else
+
+namespace {
+
+template <class T> Decoded<T> decodeBody(const QByteArray& body)
+{
+    auto object = parseJsonObject(body);
+    if (!object)
+        return std::unexpected(object.error());
+    return readWire<T>(QtJsonNode(*object));
+}
+
+} // namespace
+
+bool available()
+{
+    return false;
+}
+
+#endif
+
+Decoded<PricesResponse> decodePricesResponse(const QByteArray& body)
+{
+    return decodeBody<PricesResponse>(body);
+}
+
+Decoded<TickersResponse> decodeTickersResponse(const QByteArray& body)
+{
+    return decodeBody<TickersResponse>(body);
+}
+
+} // namespace tessary::FastWireDecoding

@@ -1,0 +1,171 @@
+#include "Comparison.h"
+
+#include "MarketTime.h"
+#include "Tessary/MarketData/Freshness.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+namespace tessary {
+
+int pointBudget(qsizetype requested)
+{
+    const qsizetype n = std::max<qsizetype>(requested, 1);
+    if (n > 666)
+        return 150;
+    return static_cast<int>(std::min<qsizetype>(100000 / n, 600));
+}
+
+namespace {
+
+std::optional<double> valueAt(const OptionalValues& values, std::size_t i)
+{
+    return i < values.size() ? values[i] : std::nullopt;
+}
+
+ChartPoint pointAt(const TickerSeries& series, std::size_t i)
+{
+    ChartPoint point;
+    point.date = static_cast<double>(series.dates[i]) / 1000.0;
+    point.value = *series.performance[i];
+    if (series.adjClose)
+        point.price = valueAt(*series.adjClose, i);
+    return point;
+}
+
+// Every step-th bar, sliding forward by whole steps past nulls, and always the last bar
+// when it has a value, so each line ends on the latest quote.
+std::vector<ChartPoint> thin(const TickerSeries& series, int budget)
+{
+    const std::size_t count = std::min(series.dates.size(), series.performance.size());
+    const auto perLine = static_cast<std::size_t>(budget);
+    const std::size_t step = std::max<std::size_t>((count + perLine - 1) / perLine, 1);
+    std::vector<ChartPoint> points;
+    points.reserve(std::min(count, perLine + 1));
+    std::optional<std::size_t> lastKept;
+    for (std::size_t i = 0; i < count; i += step) {
+        while (i < count && !series.performance[i])
+            i += step;
+        if (i >= count)
+            break;
+        points.push_back(pointAt(series, i));
+        lastKept = i;
+    }
+    if (count > 0 && lastKept != count - 1 && series.performance[count - 1])
+        points.push_back(pointAt(series, count - 1));
+    return points;
+}
+
+// The first bar that has a value, in milliseconds.
+std::optional<qint64> firstBar(const TickerSeries& series)
+{
+    const std::size_t count = std::min(series.dates.size(), series.performance.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        if (series.performance[i])
+            return series.dates[i];
+    }
+    return std::nullopt;
+}
+
+RankRow rowOf(const TickerRanking& ranking)
+{
+    RankRow row;
+    row.ticker = ranking.ticker;
+    row.netReturn = ranking.netReturn;
+    row.cagr = ranking.cagr;
+    row.volatility = ranking.volatility;
+    row.sharpe = ranking.sharpeRatio;
+    row.maxDrawdown = ranking.periodMaxDrawdown;
+    row.price = ranking.endValue;
+    row.marketCap = ranking.marketCap;
+    if (ranking.startDate)
+        row.startDate = MarketTime::parseDate(*ranking.startDate);
+    if (ranking.presetReturns) {
+        for (const auto& [preset, value] : *ranking.presetReturns) {
+            if (value)
+                row.presetReturns.insert_or_assign(preset, *value);
+        }
+    }
+    return row;
+}
+
+std::optional<double> difference(std::optional<double> value, std::optional<double> reference)
+{
+    if (!value || !reference)
+        return std::nullopt;
+    return *value - *reference;
+}
+
+} // namespace
+
+Comparison buildComparison(
+    const PricesResponse& response, const QStringList& tickers, const QString& benchmark, const QDateTime& now)
+{
+    Comparison comparison;
+    comparison.id = QUuid::createUuid();
+    comparison.interval = response.range.interval;
+    comparison.skipped = response.skippedTickers.value_or(QStringList());
+    comparison.dataSource = response.dataSource;
+    if (response.dataFreshness)
+        comparison.lastQuote = lastQuote(*response.dataFreshness, now);
+
+    QSet<QString> requested(tickers.cbegin(), tickers.cend());
+    requested.insert(benchmark);
+    const int budget = pointBudget(requested.size());
+    const bool benchmarkIsMember = tickers.contains(benchmark);
+
+    // First bars in response order, so late starters come out in the order of the lines.
+    std::vector<std::pair<QString, qint64>> firstBars;
+    for (const TickerSeries& series : response.series) {
+        if (!requested.contains(series.ticker))
+            continue;
+        if (const auto first = firstBar(series))
+            firstBars.emplace_back(series.ticker, *first);
+        std::vector<ChartPoint> points = thin(series, budget);
+        if (points.empty())
+            continue;
+        const bool isBenchmark = series.ticker == benchmark && !benchmarkIsMember;
+        comparison.series.push_back(ChartSeries { series.ticker, std::move(points), isBenchmark });
+    }
+
+    // The period starts at the service's first covered day or the earliest bar, whichever
+    // comes first; a list whose every ticker started late is still measured from the day
+    // the period begins.
+    std::optional<qint64> startMs;
+    if (const auto day = MarketTime::parseDate(response.range.actualStart))
+        startMs = QDateTime(*day, QTime(0, 0), MarketTime::utc()).toMSecsSinceEpoch();
+    for (const auto& [ticker, first] : firstBars)
+        startMs = std::min(startMs.value_or(first), first);
+    if (startMs)
+        comparison.start = QDateTime::fromMSecsSinceEpoch(*startMs, MarketTime::utc());
+
+    QSet<QString> late;
+    for (const auto& [ticker, first] : firstBars) {
+        if (first - *startMs > lateStartSeconds * 1000) {
+            comparison.lateStarters.push_back(
+                LateStarter { ticker, QDateTime::fromMSecsSinceEpoch(first, MarketTime::utc()) });
+            late.insert(ticker);
+        }
+    }
+
+    const auto benchmarkRanking = std::ranges::find(response.rankings, benchmark, &TickerRanking::ticker);
+    if (benchmarkRanking != response.rankings.end())
+        comparison.benchmarkReturn = benchmarkRanking->netReturn;
+    for (const TickerRanking& ranking : response.rankings) {
+        if (!requested.contains(ranking.ticker))
+            continue;
+        RankRow row = rowOf(ranking);
+        row.vsBenchmark = difference(row.netReturn, comparison.benchmarkReturn);
+        row.incomplete = late.contains(row.ticker);
+        if (row.ticker == benchmark) {
+            comparison.benchmarkRow = row;
+            if (!benchmarkIsMember)
+                continue;
+        }
+        comparison.rows.push_back(std::move(row));
+    }
+    return comparison;
+}
+
+} // namespace tessary

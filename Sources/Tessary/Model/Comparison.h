@@ -1,0 +1,89 @@
+#pragma once
+
+#include "Tessary/MarketData/WireRecords.h"
+
+#include <QDate>
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+#include <QUuid>
+
+#include <map>
+#include <optional>
+#include <vector>
+
+namespace tessary {
+
+// One drawn point: when (seconds since 1970), the return since the period start as a
+// fraction, and the adjusted close of that bar when the service sent one.
+struct ChartPoint {
+    double date = 0;
+    double value = 0;
+    std::optional<double> price;
+
+    friend bool operator==(const ChartPoint&, const ChartPoint&) = default;
+};
+
+struct ChartSeries {
+    QString ticker;
+    std::vector<ChartPoint> points;
+    bool isBenchmark = false;
+
+    friend bool operator==(const ChartSeries&, const ChartSeries&) = default;
+};
+
+// One ticker's metrics as the tables show them; an absent metric shows as NA.
+struct RankRow {
+    QString ticker;
+    std::optional<double> netReturn;
+    std::optional<double> vsBenchmark;
+    std::optional<double> cagr;
+    std::optional<double> volatility;
+    std::optional<double> sharpe;
+    std::optional<double> maxDrawdown;
+    std::optional<double> price;
+    std::optional<double> marketCap;
+    std::optional<QDate> startDate;
+    std::map<QString, double> presetReturns; // preset raw value → return; nulls left out
+    bool incomplete = false; // data starts after the period begins
+
+    friend bool operator==(const RankRow&, const RankRow&) = default;
+};
+
+struct LateStarter {
+    QString ticker;
+    QDateTime firstDate;
+
+    friend bool operator==(const LateStarter&, const LateStarter&) = default;
+};
+
+// What every display of one list over one period reads. Each build has a fresh `id`, so
+// views can tell two builds apart even when their contents are equal.
+struct Comparison {
+    QUuid id;
+    std::vector<ChartSeries> series;
+    std::vector<RankRow> rows;
+    std::optional<RankRow> benchmarkRow;
+    std::optional<double> benchmarkReturn;
+    QDateTime start;
+    QString interval;
+    QStringList skipped;
+    std::optional<QDateTime> lastQuote;
+    std::vector<LateStarter> lateStarters;
+    std::optional<QString> dataSource; // "simulated" or "imported" when the service says
+};
+
+// How many points each line keeps for a requested set of `requested` tickers: the total
+// stays near 100,000 however long the list.
+int pointBudget(qsizetype requested);
+
+// A ticker whose first bar comes more than this after the start is a late starter; shorter
+// gaps are listing holidays or a few missing days.
+inline constexpr qint64 lateStartSeconds = 30LL * 24 * 60 * 60;
+
+// Selects, thins and arranges one prices response for a list of `tickers` and its
+// `benchmark`. Never fails: a response without series gives a comparison without series.
+Comparison buildComparison(const PricesResponse& response, const QStringList& tickers, const QString& benchmark,
+    const QDateTime& now = QDateTime::currentDateTimeUtc());
+
+} // namespace tessary

@@ -1,0 +1,89 @@
+#include "FixtureServer.h"
+
+#include <QHttpServerRequest>
+#include <QHttpServerResponder>
+#include <QTimer>
+
+namespace tessary::test {
+
+QByteArray RecordedRequest::header(const QByteArray& name) const
+{
+    for (const auto& [key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return {};
+}
+
+FixtureServer::FixtureServer()
+{
+    const quint16 port = listen(QHostAddress::LocalHost, 0);
+    Q_ASSERT(port != 0);
+    m_baseUrl = QUrl(QStringLiteral("http://127.0.0.1:%1").arg(port));
+}
+
+FixtureServer::~FixtureServer()
+{
+    // Responders refer to sockets the base class owns; drop them first.
+    m_pending.clear();
+}
+
+bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket)
+{
+    RecordedRequest recorded;
+    switch (request.method()) {
+    case QHttpServerRequest::Method::Get:
+        recorded.method = "GET";
+        break;
+    case QHttpServerRequest::Method::Post:
+        recorded.method = "POST";
+        break;
+    case QHttpServerRequest::Method::Put:
+        recorded.method = "PUT";
+        break;
+    case QHttpServerRequest::Method::Delete:
+        recorded.method = "DELETE";
+        break;
+    default:
+        recorded.method = "OTHER";
+        break;
+    }
+    recorded.path = request.url().path();
+    recorded.query = request.url().query(QUrl::FullyEncoded).toUtf8();
+    recorded.headers = request.headers();
+    m_requests.append(recorded);
+
+    const ScriptedReply reply = m_replies.value(recorded.path, ScriptedReply { 404, {}, {} });
+    auto responder = std::make_unique<QHttpServerResponder>(makeResponder(request, socket));
+    if (reply.neverAnswer) {
+        m_pending.push_back(std::move(responder));
+    } else if (reply.delay.count() > 0) {
+        QHttpServerResponder* waiting = responder.get();
+        m_pending.push_back(std::move(responder));
+        QTimer::singleShot(reply.delay, this, [this, waiting, reply] {
+            const auto it = std::ranges::find(m_pending, waiting, &std::unique_ptr<QHttpServerResponder>::get);
+            if (it == m_pending.end())
+                return;
+            answer(**it, reply);
+            m_pending.erase(it);
+        });
+    } else {
+        answer(*responder, reply);
+    }
+    return true;
+}
+
+void FixtureServer::missingHandler(const QHttpServerRequest&, QTcpSocket*)
+{
+}
+
+void FixtureServer::answer(QHttpServerResponder& responder, const ScriptedReply& reply)
+{
+    const auto status = static_cast<QHttpServerResponder::StatusCode>(reply.status);
+    if (reply.contentType.isEmpty())
+        responder.write(reply.body, QHttpServerResponder::HeaderList {}, status);
+    else
+        responder.write(reply.body, reply.contentType, status);
+}
+
+} // namespace tessary::test
