@@ -1,5 +1,6 @@
 #include "FastWireDecoding.h"
 
+#include "QtJsonNode.h"
 #include "WireReader.h"
 
 #if TESSARY_HAVE_SIMDJSON
@@ -133,8 +134,6 @@ bool available()
 }
 
 #else
-
-#include "QtJsonNode.h"
 
 namespace {
 
