@@ -64,8 +64,12 @@ public:
 
     template <class F> bool elements(F&& visit) const
     {
+        // Held in a local: a range-for over the temporary result would iterate a dead value.
+        simdjson::dom::array array;
+        if (m_element.get_array().get(array) != simdjson::SUCCESS)
+            return false;
         qsizetype i = 0;
-        for (const simdjson::dom::element element : m_element.get_array().value_unsafe()) {
+        for (const simdjson::dom::element element : array) {
             if (!visit(i++, SimdJsonNode(element)))
                 return false;
         }
@@ -74,7 +78,10 @@ public:
 
     template <class F> bool members(F&& visit) const
     {
-        for (const simdjson::dom::key_value_pair pair : m_element.get_object().value_unsafe()) {
+        simdjson::dom::object object;
+        if (m_element.get_object().get(object) != simdjson::SUCCESS)
+            return false;
+        for (const simdjson::dom::key_value_pair pair : object) {
             const QString key = QString::fromUtf8(pair.key.data(), static_cast<qsizetype>(pair.key.size()));
             if (!visit(key, SimdJsonNode(pair.value)))
                 return false;
