@@ -2,6 +2,8 @@
 
 #include <QHttpServerRequest>
 #include <QHttpServerResponder>
+#include <QPointer>
+#include <QTcpSocket>
 #include <QTimer>
 
 namespace tessary::test {
@@ -60,11 +62,13 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     } else if (reply.delay.count() > 0) {
         QHttpServerResponder* waiting = responder.get();
         m_pending.push_back(std::move(responder));
-        QTimer::singleShot(reply.delay, this, [this, waiting, reply] {
+        // The client may give up (and its socket go away) before the delay ends.
+        QTimer::singleShot(reply.delay, this, [this, waiting, reply, connection = QPointer<QTcpSocket>(socket)] {
             const auto it = std::ranges::find(m_pending, waiting, &std::unique_ptr<QHttpServerResponder>::get);
             if (it == m_pending.end())
                 return;
-            answer(**it, reply);
+            if (connection && connection->state() == QAbstractSocket::ConnectedState)
+                answer(**it, reply);
             m_pending.erase(it);
         });
     } else {

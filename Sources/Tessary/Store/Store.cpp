@@ -3,6 +3,7 @@
 #include "AtomicFile.h"
 
 #include <QDir>
+#include <QNetworkAccessManager>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -36,6 +37,7 @@ Store::Store(Options options, QObject* parent)
     : QObject(parent)
     , m_dataDirectory(options.dataDirectory.isEmpty() ? defaultDataDirectory() : options.dataDirectory)
     , m_preferences(options.preferences ? options.preferences : std::make_shared<Preferences>())
+    , m_network(options.network ? options.network : new QNetworkAccessManager(this))
 {
     QDir().mkpath(m_dataDirectory);
     m_logScale = m_preferences->logScale();
@@ -48,6 +50,7 @@ Store::Store(Options options, QObject* parent)
         if (const QString trimmed = symbol.trimmed().toUpper(); !trimmed.isEmpty())
             m_justAdded.insert(trimmed);
     }
+    connect(this, &Store::comparisonInputsChanged, this, [this] { refresh(); });
 }
 
 Store::~Store() = default;

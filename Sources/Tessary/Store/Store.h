@@ -4,8 +4,15 @@
 #include "SidebarItem.h"
 #include "TickerUniverse.h"
 
+#include "Tessary/MarketData/APIClient.h"
+#include "Tessary/MarketData/Cancellation.h"
+#include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/ComparisonList.h"
 #include "Tessary/Model/FeaturedCatalog.h"
+
+#include <QCoroTask>
+#include <QPointer>
+#include <QUrl>
 
 #include <QHash>
 #include <QObject>
@@ -30,6 +37,7 @@ public:
         QString dataDirectory;                   // created on first use
         std::shared_ptr<Preferences> preferences; // the native store when null
         QStringList justAdded;                   // seeds the just-added highlight
+        QNetworkAccessManager* network = nullptr; // one of the store's own when null
     };
 
     struct AddResult {
@@ -104,6 +112,29 @@ public:
     // A one-line tip shown after the first new list ("We added a few starter tickers").
     const QString& tip() const { return m_tip; }
 
+    // Loading. Until a service is connected nothing is requested and `isLoading` stays true
+    // for a selected list, so the window shows progress instead of an error.
+    void connectService(const QUrl& marketData, const QUrl& web);
+    bool isServiceConnected() const { return m_client.has_value(); }
+    const std::optional<APIClient>& client() const { return m_client; }
+    // Fetches the universe and the curated catalog in the background.
+    void start();
+    // (Re)loads the selection's comparison; `force` skips the cache (Refresh).
+    void refresh(bool force = false);
+    const std::optional<Comparison>& comparison() const { return m_comparison; }
+    std::optional<QUuid> comparisonListId() const { return m_comparisonListId; }
+    bool isLoading() const { return m_isLoading; }
+    const std::optional<QString>& loadError() const { return m_loadError; }
+    // The comparison of any tickers over any period without touching the store's state: the
+    // road the selection, the floating widgets and the command line share.
+    QCoro::Task<MarketDataResult<Comparison>> fetchComparison(QStringList tickers, QString benchmark, ListPeriod period,
+                                                              Cancellation cancellation = {}) const;
+    // The cache key of a set of tickers over a period.
+    static QString cacheKey(const QStringList& tickers, const QString& benchmark, const ListPeriod& period);
+    // What the selection asks the service for: its tickers and benchmark.
+    QStringList selectedTickers() const;
+    QString selectedBenchmark() const;
+
 Q_SIGNALS:
     void listsChanged();
     void selectionChanged();
@@ -116,6 +147,10 @@ Q_SIGNALS:
     void tipChanged();
     // A change that alters what the selected comparison shows (tickers, benchmark, period).
     void comparisonInputsChanged();
+    void comparisonChanged();
+    void loadingChanged(bool loading);
+    void loadErrorChanged();
+    void serviceConnected();
 
 private:
     ComparisonList* mutableList(const QUuid& id);
@@ -143,6 +178,27 @@ private:
     QSet<QString> m_justAdded;
     QString m_tip;
     bool m_starterTipShown = false;
+
+    // Loading (StoreLoading.cpp).
+    QCoro::Task<> load(quint64 generation, QString key, QStringList tickers, QString benchmark, ListPeriod period,
+                       Cancellation cancellation);
+    QCoro::Task<> loadUniverse();
+    QCoro::Task<> loadCatalog();
+    void setLoading(bool loading);
+    void setLoadError(const std::optional<QString>& error);
+    void publish(const Comparison& comparison);
+
+    QNetworkAccessManager* m_network = nullptr;
+    std::optional<APIClient> m_client;
+    QUrl m_web;
+    std::optional<Comparison> m_comparison;
+    std::optional<QUuid> m_comparisonListId;
+    std::optional<QString> m_comparisonKey; // sidebar key of the published comparison
+    bool m_isLoading = false;
+    std::optional<QString> m_loadError;
+    QHash<QString, Comparison> m_cache;
+    quint64 m_generation = 0;
+    Cancellation m_loadCancellation;
 };
 
 } // namespace tessary

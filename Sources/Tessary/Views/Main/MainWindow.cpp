@@ -1,0 +1,149 @@
+#include "MainWindow.h"
+
+#include "ChartArea.h"
+#include "PeriodBar.h"
+#include "Sidebar.h"
+
+#include "Tessary/Model/DateLabel.h"
+#include "Tessary/Model/MarketTime.h"
+#include "Tessary/Store/Store.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+namespace tessary {
+
+namespace {
+
+const QString appTitle = QStringLiteral("Tessary");
+const QString saveAsMineText = QStringLiteral("Save as My List");
+const QString simulatedText = QStringLiteral("Simulated data");
+const QString simulatedTip = QStringLiteral(
+    "These prices come from the built-in demo market: they are simulated, not real quotes.");
+const QString lastQuotePrefix = QStringLiteral("Latest quote ");
+
+} // namespace
+
+MainWindow::MainWindow(Store& store, QWidget* parent)
+    : QMainWindow(parent)
+    , m_store(store)
+{
+    setWindowTitle(appTitle);
+    setObjectName(QStringLiteral("mainWindow"));
+    resize(1280, 800);
+
+    auto* splitter = new QSplitter(this);
+    splitter->setChildrenCollapsible(false);
+    m_sidebar = new Sidebar(store, splitter);
+    m_sidebar->setMinimumWidth(200);
+
+    auto* content = new QWidget(splitter);
+    auto* layout = new QVBoxLayout(content);
+    layout->setContentsMargins(16, 12, 16, 12);
+    layout->setSpacing(10);
+    layout->addWidget(buildHeader());
+    m_periodBar = new PeriodBar(store, content);
+    layout->addWidget(m_periodBar);
+    // The chart itself is plugged in here; until it is, the area shows its states around an
+    // empty canvas.
+    m_chartArea = new ChartArea(store, new QWidget, content);
+    layout->addWidget(m_chartArea, 1);
+
+    splitter->addWidget(m_sidebar);
+    splitter->addWidget(content);
+    splitter->setStretchFactor(1, 1);
+    splitter->setSizes({240, 1040});
+    setCentralWidget(splitter);
+
+    buildMenus();
+    for (const auto signal : {&Store::selectionChanged, &Store::listsChanged, &Store::comparisonChanged,
+                              &Store::catalogChanged})
+        connect(&m_store, signal, this, &MainWindow::refreshHeader);
+    refreshHeader();
+}
+
+QWidget* MainWindow::buildHeader()
+{
+    auto* header = new QWidget(this);
+    auto* layout = new QHBoxLayout(header);
+    layout->setContentsMargins(0, 0, 0, 0);
+    auto* titles = new QVBoxLayout;
+    m_title = new QLabel(header);
+    m_title->setObjectName(QStringLiteral("listTitle"));
+    QFont font = m_title->font();
+    font.setPointSizeF(font.pointSizeF() * 1.5);
+    font.setBold(true);
+    m_title->setFont(font);
+    m_subtitle = new QLabel(header);
+    m_subtitle->setObjectName(QStringLiteral("listSubtitle"));
+    m_subtitle->setForegroundRole(QPalette::PlaceholderText);
+    titles->addWidget(m_title);
+    titles->addWidget(m_subtitle);
+    layout->addLayout(titles, 1);
+
+    m_dataSourceBadge = new QLabel(simulatedText, header);
+    m_dataSourceBadge->setObjectName(QStringLiteral("dataSourceBadge"));
+    m_dataSourceBadge->setToolTip(simulatedTip);
+    m_dataSourceBadge->setStyleSheet(QStringLiteral(
+        "QLabel { color: #8a5a00; background: #fff4d6; border: 1px solid #e8c66a; border-radius: 9px; padding: 2px 9px; }"));
+    layout->addWidget(m_dataSourceBadge);
+
+    m_saveAsMine = new QPushButton(saveAsMineText, header);
+    m_saveAsMine->setObjectName(QStringLiteral("saveAsMine"));
+    connect(m_saveAsMine, &QPushButton::clicked, this, [this] { m_store.saveFeaturedAsList(); });
+    layout->addWidget(m_saveAsMine);
+    return header;
+}
+
+void MainWindow::buildMenus()
+{
+    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
+    m_newList = file->addAction(QStringLiteral("New Comparison List"), this, [this] { m_store.addList(); });
+    m_newList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
+    file->addSeparator();
+    QAction* quit = file->addAction(QStringLiteral("Quit"), qApp, &QApplication::closeAllWindows);
+    quit->setShortcut(QKeySequence::Quit);
+
+    QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
+    m_refresh = view->addAction(QStringLiteral("Refresh Prices"), this, [this] { m_store.refresh(true); });
+    m_refresh->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+    m_refresh->setToolTip(QStringLiteral("Refresh prices now (⌘R)"));
+    m_logScale = view->addAction(QStringLiteral("Log Scale"));
+    m_logScale->setCheckable(true);
+    m_logScale->setChecked(m_store.logScale());
+    m_logScale->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_L));
+    connect(m_logScale, &QAction::triggered, this, [this] { m_store.setLogScale(!m_store.logScale()); });
+    connect(&m_store, &Store::logScaleChanged, m_logScale, &QAction::setChecked);
+}
+
+void MainWindow::refreshHeader()
+{
+    QString title;
+    QString subtitle;
+    if (const ComparisonList* list = m_store.selectedList()) {
+        title = list->name;
+        subtitle = QStringLiteral("%1 tickers vs %2").arg(list->tickers.size()).arg(list->benchmark);
+    } else if (const auto* collection = m_store.selectedCollection()) {
+        title = collection->emoji ? *collection->emoji + u' ' + collection->name : collection->name;
+        subtitle = collection->description.value_or(QStringLiteral("%1 tickers").arg(collection->tickers.size()));
+    }
+    const auto& comparison = m_store.comparison();
+    if (comparison && comparison->lastQuote)
+        subtitle += QStringLiteral(" · ") + lastQuotePrefix + DateLabel::display(MarketTime::dateOf(*comparison->lastQuote)) +
+                    u' ' + MarketTime::time(*comparison->lastQuote);
+    m_title->setText(title);
+    m_subtitle->setText(subtitle);
+    m_title->setVisible(!title.isEmpty());
+    m_subtitle->setVisible(!subtitle.isEmpty());
+    m_saveAsMine->setVisible(m_store.selectedCollection() != nullptr);
+    m_dataSourceBadge->setVisible(comparison && comparison->dataSource == QStringLiteral("simulated"));
+    setWindowTitle(title.isEmpty() ? appTitle : title + QStringLiteral(" — ") + appTitle);
+}
+
+} // namespace tessary

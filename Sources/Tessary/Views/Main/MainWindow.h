@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QMainWindow>
+
+class QAction;
+class QLabel;
+class QPushButton;
+
+namespace tessary {
+
+class ChartArea;
+class PeriodBar;
+class Sidebar;
+class Store;
+
+// The main window: an assembly of the sidebar, the list header, the period bar and the chart
+// area, plus the menu commands and their shortcuts.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(Store& store, QWidget* parent = nullptr);
+
+    Sidebar* sidebar() const { return m_sidebar; }
+    PeriodBar* periodBar() const { return m_periodBar; }
+    ChartArea* chartArea() const { return m_chartArea; }
+    QLabel* dataSourceBadge() const { return m_dataSourceBadge; }
+    QAction* newListAction() const { return m_newList; }
+    QAction* refreshAction() const { return m_refresh; }
+    QAction* logScaleAction() const { return m_logScale; }
+
+private:
+    void buildMenus();
+    QWidget* buildHeader();
+    void refreshHeader();
+
+    Store& m_store;
+    Sidebar* m_sidebar = nullptr;
+    PeriodBar* m_periodBar = nullptr;
+    ChartArea* m_chartArea = nullptr;
+    QLabel* m_title = nullptr;
+    QLabel* m_subtitle = nullptr;
+    QLabel* m_dataSourceBadge = nullptr;
+    QPushButton* m_saveAsMine = nullptr;
+    QAction* m_newList = nullptr;
+    QAction* m_refresh = nullptr;
+    QAction* m_logScale = nullptr;
+};
+
+} // namespace tessary

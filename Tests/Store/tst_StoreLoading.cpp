@@ -1,0 +1,201 @@
+#include "Support/FixtureServer.h"
+#include "Tessary/Store/StoreModule.h"
+
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrlQuery>
+
+using namespace tessary;
+using namespace std::chrono_literals;
+using test::FixtureServer;
+using test::ScriptedReply;
+
+namespace {
+
+const QByteArray pricesBody = R"({"range":{"actual_start":"2024-01-02","actual_end":"2024-01-04","interval":"1D"},
+"series":[{"ticker":"AAPL","dates":[1704153600000,1704240000000,1704326400000],"performance":[0,0.01,0.02]},
+          {"ticker":"SPY","dates":[1704153600000,1704240000000,1704326400000],"performance":[0,0.005,0.01]}],
+"rankings":[{"ticker":"AAPL","net_return":0.02},{"ticker":"SPY","net_return":0.01}],"data_source":"simulated"})";
+
+int pricesRequests(const FixtureServer& server)
+{
+    int count = 0;
+    for (const auto& request : server.requests())
+        count += request.path == QStringLiteral("/prices");
+    return count;
+}
+
+QString lastPricesQuery(const FixtureServer& server, const QString& item)
+{
+    for (auto it = server.requests().rbegin(); it != server.requests().rend(); ++it) {
+        if (it->path == QStringLiteral("/prices"))
+            return QUrlQuery(QString::fromUtf8(it->query)).queryItemValue(item, QUrl::FullyDecoded);
+    }
+    return {};
+}
+
+} // namespace
+
+class StoreLoadingTests : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cachedListsAppearWithoutARequest();
+    void forcedRefreshAsksAgain();
+    void onlyTheLastOfQuickPeriodChangesIsPublished();
+    void emptyListMakesNoRequest();
+    void failuresKeepWhatIsShown();
+    void waitsForTheServiceThenLoads();
+    void startLoadsUniverseAndCatalog();
+
+private:
+    std::unique_ptr<Store> makeStore(bool connect = true);
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<FixtureServer> m_server;
+};
+
+void StoreLoadingTests::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_server = std::make_unique<FixtureServer>();
+    m_server->script(QStringLiteral("/prices"), ScriptedReply::json(pricesBody));
+}
+
+std::unique_ptr<Store> StoreLoadingTests::makeStore(bool connect)
+{
+    auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
+    auto store = std::make_unique<Store>(Store::Options{m_dir->filePath(QStringLiteral("data")), preferences, {}, nullptr});
+    if (connect)
+        store->connectService(m_server->baseUrl(), m_server->baseUrl());
+    return store;
+}
+
+void StoreLoadingTests::cachedListsAppearWithoutARequest()
+{
+    auto store = makeStore();
+    const QUuid a = store->create(QStringLiteral("A"), {QStringLiteral("AAPL")});
+    QTRY_VERIFY(store->comparison().has_value());
+    QCOMPARE(store->comparisonListId(), std::optional(a));
+    QCOMPARE(store->comparison()->dataSource, std::optional(QStringLiteral("simulated")));
+    const QUuid b = store->create(QStringLiteral("B"), {QStringLiteral("MSFT")});
+    QVERIFY(!store->comparison()); // never A's chart under B's name
+    QTRY_VERIFY(store->comparison().has_value());
+    QCOMPARE(pricesRequests(*m_server), 2);
+
+    store->select(SidebarItem::list(a));
+    QVERIFY(store->comparison().has_value()); // at once, from the cache
+    QCOMPARE(store->comparisonListId(), std::optional(a));
+    QVERIFY(!store->isLoading());
+    QTest::qWait(50);
+    QCOMPARE(pricesRequests(*m_server), 2);
+    QVERIFY(b != a);
+
+    // Another benchmark over the same tickers is another comparison.
+    store->setBenchmark(QStringLiteral("QQQ"));
+    QTRY_COMPARE(pricesRequests(*m_server), 3);
+    QCOMPARE(lastPricesQuery(*m_server, QStringLiteral("tickers")), QStringLiteral("AAPL,QQQ"));
+}
+
+void StoreLoadingTests::forcedRefreshAsksAgain()
+{
+    auto store = makeStore();
+    store->create(QStringLiteral("A"), {QStringLiteral("AAPL")});
+    QTRY_VERIFY(store->comparison().has_value());
+    const QUuid first = store->comparison()->id;
+    store->refresh(true);
+    QVERIFY(store->isLoading());
+    QVERIFY(store->comparison().has_value()); // the chart stays while it reloads
+    QTRY_VERIFY(!store->isLoading());
+    QCOMPARE(pricesRequests(*m_server), 2);
+    QVERIFY(store->comparison()->id != first);
+}
+
+void StoreLoadingTests::onlyTheLastOfQuickPeriodChangesIsPublished()
+{
+    auto store = makeStore();
+    store->create(QStringLiteral("A"), {QStringLiteral("AAPL")});
+    QTRY_VERIFY(store->comparison().has_value());
+    m_server->script(QStringLiteral("/prices"), ScriptedReply{200, pricesBody, "application/json", 300ms, false});
+    QSignalSpy published(store.get(), &Store::comparisonChanged);
+    store->setTimeframe(Timeframe::fiveYear);
+    store->setTimeframe(Timeframe::tenYear);
+    QTRY_VERIFY(!store->isLoading());
+    QTest::qWait(400); // the first reply would have landed by now
+    QCOMPARE(published.count(), 1);
+    QCOMPARE(lastPricesQuery(*m_server, QStringLiteral("preset")), QStringLiteral("10Y"));
+    QCOMPARE(store->selectedPeriod().preset, Timeframe::tenYear);
+}
+
+void StoreLoadingTests::emptyListMakesNoRequest()
+{
+    auto store = makeStore();
+    store->create(QStringLiteral("Empty"), {});
+    QVERIFY(!store->isLoading());
+    QVERIFY(!store->comparison());
+    QVERIFY(!store->loadError());
+    QTest::qWait(50);
+    QCOMPARE(pricesRequests(*m_server), 0);
+}
+
+void StoreLoadingTests::failuresKeepWhatIsShown()
+{
+    m_server->script(QStringLiteral("/prices"), ScriptedReply{500, "<html>oops</html>", "text/html", 0ms, false});
+    auto store = makeStore();
+    store->create(QStringLiteral("A"), {QStringLiteral("AAPL")});
+    QTRY_VERIFY(store->loadError().has_value());
+    QCOMPARE(*store->loadError(), QStringLiteral("Server returned 500"));
+    QVERIFY(!store->comparison());
+
+    m_server->script(QStringLiteral("/prices"), ScriptedReply::json(pricesBody));
+    store->refresh(true);
+    QTRY_VERIFY(store->comparison().has_value());
+    QVERIFY(!store->loadError());
+
+    m_server->script(QStringLiteral("/prices"), ScriptedReply::json(R"({"error":"unknown ticker: AAPL"})", 404));
+    store->refresh(true);
+    QTRY_VERIFY(store->loadError().has_value());
+    QCOMPARE(*store->loadError(), QStringLiteral("unknown ticker: AAPL"));
+    QVERIFY(store->comparison().has_value());
+}
+
+void StoreLoadingTests::waitsForTheServiceThenLoads()
+{
+    auto store = makeStore(false);
+    store->create(QStringLiteral("A"), {QStringLiteral("AAPL")});
+    QVERIFY(store->isLoading());
+    QVERIFY(!store->loadError());
+    store->connectService(m_server->baseUrl(), m_server->baseUrl());
+    QTRY_VERIFY(store->comparison().has_value());
+    QCOMPARE(pricesRequests(*m_server), 1);
+}
+
+void StoreLoadingTests::startLoadsUniverseAndCatalog()
+{
+    m_server->script(QStringLiteral("/tickers"),
+                     ScriptedReply::json(R"({"tickers":{"tickers":["AAPL","MSFT"],"companyNames":["Apple Inc.",null],"isEtf":[false,false]}})"));
+    m_server->script(QStringLiteral("/data/collections.json"),
+                     ScriptedReply::json(R"({"categories":[],"collections":[{"id":"big","name":"Big","tickers":["AAPL"]}]})"));
+    auto store = makeStore();
+    QTRY_COMPARE(store->universe().size(), 2);
+    QTRY_COMPARE(store->catalog().collections.size(), 1u);
+    QCOMPARE(store->universe().find(u"MSFT")->name, QStringLiteral("MSFT"));
+    const test::RecordedRequest* catalogRequest = nullptr;
+    for (const auto& request : m_server->requests()) {
+        if (request.path == QStringLiteral("/data/collections.json"))
+            catalogRequest = &request;
+    }
+    QVERIFY(catalogRequest);
+    QCOMPARE(catalogRequest->header("User-Agent"), QByteArray("Tessary-Mac/0.2"));
+
+    // A catalog that no longer decodes leaves the one we have.
+    m_server->script(QStringLiteral("/data/collections.json"), ScriptedReply::json("{}"));
+    auto again = makeStore();
+    QTest::qWait(100);
+    QCOMPARE(again->catalog().collections.size(), 1u);
+}
+
+QTEST_GUILESS_MAIN(StoreLoadingTests)
+#include "tst_StoreLoading.moc"
