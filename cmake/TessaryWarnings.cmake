@@ -2,6 +2,9 @@
 # never lands quietly.
 add_library(tessary_warnings INTERFACE)
 target_compile_options(tessary_warnings INTERFACE -Wall -Wextra -Wpedantic)
+# GCC 12 reports std::optional<QString> members as "maybe uninitialized" in optimised
+# builds when records are moved by std algorithms; it is a known false positive.
+target_compile_options(tessary_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 if(DEFINED ENV{CI} AND NOT "$ENV{CI}" STREQUAL "" AND NOT "$ENV{CI}" STREQUAL "false")
   message(STATUS "CI build: warnings are errors")
   target_compile_options(tessary_warnings INTERFACE -Werror)
