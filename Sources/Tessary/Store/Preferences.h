@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QHash>
+#include <QSettings>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+namespace tessary {
+
+// The user's preferences, under the key names the rest of the app and its documentation use.
+// Every setter writes through at once; nothing is kept only in memory.
+class Preferences {
+public:
+    // The platform's per-user store.
+    Preferences();
+    // A separate file, for tests and for running two instances side by side.
+    explicit Preferences(const QString& iniFile);
+
+    bool logScale() const;
+    void setLogScale(bool on);
+
+    // List key → highlighted tickers.
+    QHash<QString, QStringList> highlights() const;
+    void setHighlights(const QHash<QString, QStringList>& highlights);
+
+    QString multiPeriods() const;
+    void setMultiPeriods(const QString& encoded);
+
+    QSettings& settings() { return *m_settings; }
+
+private:
+    std::unique_ptr<QSettings> m_settings;
+};
+
+} // namespace tessary
