@@ -1,7 +1,10 @@
 #include "ChartPainter.h"
 
 #include <QFontMetricsF>
+#include <QLocale>
 #include <QPainter>
+
+#include <cmath>
 
 #include "ChartMapper.h"
 #include "EndLabels.h"
@@ -15,6 +18,18 @@ namespace {
 constexpr double yLabelGap = 6;
 constexpr double tickLength = 4;
 constexpr double baselineOpacity = 0.45;
+
+// Grid values are round, so "+50%" reads better than "+50.0%"; a value that is not a whole
+// percentage keeps one decimal.
+QString gridLabel(double value)
+{
+    const double percent = value * 100;
+    if (std::abs(percent) < 1e-9)
+        return QStringLiteral("0%");
+    const int decimals = std::abs(percent - std::round(percent)) < 1e-6 ? 0 : 1;
+    const QString digits = QLocale().toString(std::abs(percent), 'f', decimals);
+    return (percent < 0 ? QString(Format::minusSign) : QStringLiteral("+")) + digits + QLatin1Char('%');
+}
 
 QColor withAlpha(QColor color, double alpha)
 {
@@ -64,7 +79,7 @@ void ChartPainter::paintGrid(QPainter& painter, const Scene& scene)
         painter.drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
         painter.setPen(scene.theme.secondary);
         const QRectF label(0, y - metrics.height() / 2, plot.left() - yLabelGap, metrics.height());
-        painter.drawText(label, Qt::AlignRight | Qt::AlignVCenter, Format::percent(value, true));
+        painter.drawText(label, Qt::AlignRight | Qt::AlignVCenter, gridLabel(value));
     }
 }
 

@@ -17,7 +17,7 @@ namespace tessary {
 
 namespace {
 
-constexpr double boxWidth = 300;
+constexpr double boxWidth = 340;
 constexpr double padding = 8;
 constexpr double headerHeight = 22;
 constexpr double gapToCrosshair = 12;
@@ -140,6 +140,7 @@ void ChartReadout::paint(QPainter& painter, const ChartMapper& mapper, std::span
     QFont bold = font;
     bold.setWeight(QFont::DemiBold);
     const QFontMetricsF metrics(font);
+    const QFontMetricsF boldMetrics(bold);
     const QRectF content = box.adjusted(padding, padding, -padding, -padding);
     painter.setFont(bold);
     painter.setPen(style.text);
@@ -148,8 +149,8 @@ void ChartReadout::paint(QPainter& painter, const ChartMapper& mapper, std::span
 
     const double rankWidth = metrics.horizontalAdvance(QStringLiteral("000")) + 4;
     const double tickerWidth = 56;
-    const double priceWidth = 64;
-    const double returnWidth = 58;
+    const double priceWidth = 72;
+    const double returnWidth = 68;
     double top = content.top() + headerHeight;
     for (const std::size_t index : shown.rows) {
         const Row& row = m_rows[index];
@@ -171,7 +172,8 @@ void ChartReadout::paint(QPainter& painter, const ChartMapper& mapper, std::span
         painter.setFont(emphasised ? bold : font);
         painter.setPen(emphasised ? style.text : style.secondary);
         if (style.names && nameWidth > 12) {
-            const QString name = metrics.elidedText(shortName(style.names(line.ticker)), Qt::ElideRight, nameWidth);
+            const QString name = (emphasised ? boldMetrics : metrics)
+                                     .elidedText(shortName(style.names(line.ticker)), Qt::ElideRight, nameWidth);
             painter.drawText(QRectF(cursor, top, nameWidth, rowRect.height()), Qt::AlignLeft | Qt::AlignVCenter, name);
         }
         painter.setPen(style.text);

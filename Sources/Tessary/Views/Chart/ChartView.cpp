@@ -19,7 +19,7 @@ namespace tessary {
 namespace {
 
 // Room for the y-axis labels on the left and the time labels below the plot.
-constexpr double leftMargin = 56;
+constexpr double leftMargin = 60;
 constexpr double topMargin = 12;
 constexpr double bottomMargin = 28;
 // How close the pointer must come to a line to pick it out.

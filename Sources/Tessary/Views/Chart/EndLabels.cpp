@@ -79,6 +79,7 @@ void EndLabels::place(std::vector<Input> inputs, const QRectF& gutter, double pl
 {
     m_inputs = std::move(inputs);
     m_gutter = gutter;
+    m_plotTop = plotTop;
     m_plotBottom = plotBottom;
     m_layout = layout(m_inputs, plotTop, plotBottom, page);
 }
@@ -115,7 +116,7 @@ void EndLabels::paint(QPainter& painter, bool anyHighlighted, const QColor& text
         leader.setAlphaF(anyHighlighted && !input.highlighted ? 0.25f : 0.6f);
         painter.setPen(QPen(leader, 1));
         painter.drawLine(
-            QPointF(m_gutter.left(), std::clamp(input.y, rect.top(), m_plotBottom)), QPointF(rect.left(), placed.y));
+            QPointF(m_gutter.left(), std::clamp(input.y, m_plotTop, m_plotBottom)), QPointF(rect.left(), placed.y));
         QColor color = input.color;
         if (anyHighlighted && !input.highlighted)
             color.setAlphaF(0.35f);

@@ -62,6 +62,7 @@ private:
     std::vector<Input> m_inputs;
     Layout m_layout;
     QRectF m_gutter;
+    double m_plotTop = 0;
     double m_plotBottom = 0;
 };
 
