@@ -1,0 +1,353 @@
+#include "ChartView.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+
+#include "ChartFocus.h"
+#include "ChartPainter.h"
+#include "ChartScale.h"
+#include "Tessary/Model/DateLabel.h"
+#include "Tessary/Model/MarketTime.h"
+#include "Tessary/Model/Palette.h"
+
+namespace tessary {
+
+namespace {
+
+// Room for the y-axis labels on the left and the time labels below the plot.
+constexpr double leftMargin = 60;
+constexpr double topMargin = 12;
+constexpr double bottomMargin = 28;
+// How close the pointer must come to a line to pick it out.
+constexpr double lineHoverDistance = 6;
+
+} // namespace
+
+ChartView::ChartView(ChartFocus* focus, QWidget* parent)
+    : QWidget(parent)
+    , m_focus(focus)
+{
+    setMouseTracking(true);
+    setFocusPolicy(Qt::ClickFocus);
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    connect(m_focus, &ChartFocus::pinnedChanged, this, [this] {
+        if (m_zoomToPinned) {
+            relayout();
+        } else {
+            placeLabels();
+            invalidateStatic();
+        }
+    });
+    connect(m_focus, &ChartFocus::hoveredChanged, this, [this] {
+        placeLabels();
+        invalidateStatic();
+    });
+    rebuildAxis();
+}
+
+std::vector<QColor> ChartView::colorsFor(std::span<const ChartSeries> series)
+{
+    std::vector<QColor> colors;
+    colors.reserve(series.size());
+    std::size_t next = 0;
+    for (const ChartSeries& line : series)
+        colors.push_back(line.isBenchmark ? QColor(0x5B, 0x61, 0x6B) : Palette::seriesColor(next++));
+    return colors;
+}
+
+void ChartView::setComparison(Comparison comparison)
+{
+    m_comparison = std::move(comparison);
+    m_labelPage = 0;
+    rebuildAxis();
+}
+
+void ChartView::setNameLookup(NameLookup names)
+{
+    m_names = std::move(names);
+    update();
+}
+
+void ChartView::setLogScale(bool log)
+{
+    if (log == m_log)
+        return;
+    m_log = log;
+    relayout();
+}
+
+void ChartView::setZoomToPinned(bool zoom)
+{
+    if (zoom == m_zoomToPinned)
+        return;
+    m_zoomToPinned = zoom;
+    relayout();
+}
+
+void ChartView::resetHighlights()
+{
+    m_focus->clearPinned();
+}
+
+void ChartView::showLabelPage(int page)
+{
+    m_labelPage = std::clamp(page, 0, std::max(m_labels.pageCount() - 1, 0));
+    placeLabels();
+    invalidateStatic();
+}
+
+QSize ChartView::sizeHint() const
+{
+    return { 900, 480 };
+}
+
+QSize ChartView::minimumSizeHint() const
+{
+    return { 320, 180 };
+}
+
+QRectF ChartView::plotRect() const
+{
+    return QRectF(rect()).adjusted(leftMargin, topMargin, -ChartScale::labelGutter, -bottomMargin);
+}
+
+void ChartView::rebuildAxis()
+{
+    m_axis = TimeAxis::build(m_comparison.series, m_comparison.interval);
+    m_colors = colorsFor(m_comparison.series);
+    relayout();
+}
+
+void ChartView::relayout()
+{
+    const QRectF plot = plotRect();
+    QSet<QString> zoomTo;
+    if (m_zoomToPinned)
+        for (const QString& ticker : m_focus->pinned())
+            zoomTo.insert(ticker);
+    const YRange range = yDomain(m_comparison.series, zoomTo, m_log);
+    m_mapper = ChartMapper(plot, m_axis, range, m_log);
+    m_paths.resize(m_comparison.series.size());
+    for (std::size_t s = 0; s < m_comparison.series.size(); ++s)
+        m_mapper.path(m_comparison.series[s], m_paths[s]);
+    m_ticks = m_axis.ticks(plot.width(), ChartScale::tickSpacing);
+    m_readoutIndex = -1;
+    m_readout.clear();
+    placeLabels();
+    if (m_pointer)
+        pointerMoved(*m_pointer);
+    invalidateStatic();
+}
+
+void ChartView::placeLabels()
+{
+    std::vector<EndLabels::Input> inputs;
+    inputs.reserve(m_comparison.series.size());
+    for (std::size_t s = 0; s < m_comparison.series.size(); ++s) {
+        const ChartSeries& line = m_comparison.series[s];
+        if (line.points.empty())
+            continue;
+        inputs.push_back(EndLabels::Input { line.ticker, m_mapper.y(line.points.back().value), m_colors[s],
+            m_focus->isPinned(line.ticker), m_focus->isHighlighted(line.ticker) });
+    }
+    const QRectF plot = m_mapper.plot();
+    const QRectF gutter(plot.right(), plot.top(), ChartScale::labelGutter, plot.height());
+    m_labels.place(std::move(inputs), gutter, plot.top(), plot.bottom(), m_labelPage);
+    m_labelPage = m_labels.page();
+}
+
+void ChartView::invalidateStatic()
+{
+    m_staticDirty = true;
+    update();
+}
+
+bool ChartView::isHighlighted(std::size_t series) const
+{
+    return series < m_comparison.series.size() && m_focus->isHighlighted(m_comparison.series[series].ticker);
+}
+
+void ChartView::rebuildStatic()
+{
+    const qreal ratio = devicePixelRatioF();
+    const QSize pixels(static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio)));
+    if (m_static.size() != pixels)
+        m_static = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+    m_static.setDevicePixelRatio(ratio);
+
+    const QPalette colors = palette();
+    QColor grid = colors.color(QPalette::Text);
+    grid.setAlphaF(0.08f);
+    ChartPainter::Scene scene;
+    scene.mapper = &m_mapper;
+    scene.ticks = m_ticks;
+    scene.series = m_comparison.series;
+    scene.paths = m_paths;
+    scene.colors = m_colors;
+    scene.highlighted = [this](std::size_t s) { return isHighlighted(s); };
+    scene.anyHighlighted = m_focus->hasHighlight();
+    scene.labels = &m_labels;
+    scene.theme
+        = { colors.color(QPalette::Base), colors.color(QPalette::Text), colors.color(QPalette::PlaceholderText), grid };
+    {
+        QPainter painter(&m_static);
+        painter.setFont(font());
+        ChartPainter::paint(painter, QRectF(rect()), scene);
+    }
+    m_staticDirty = false;
+    ++m_staticBuilds;
+}
+
+void ChartView::paintEvent(QPaintEvent*)
+{
+    if (m_staticDirty || m_static.isNull())
+        rebuildStatic();
+    QPainter painter(this);
+    painter.drawImage(QPointF(0, 0), m_static);
+    if (!m_pointer || !m_readout.date())
+        return;
+    const QPalette colors = palette();
+    ChartReadout::Style style;
+    style.colors = m_colors;
+    style.names = m_names;
+    style.highlighted = [this](std::size_t s) { return isHighlighted(s); };
+    style.header = readoutHeader();
+    style.text = colors.color(QPalette::Text);
+    style.secondary = colors.color(QPalette::PlaceholderText);
+    style.background = colors.color(QPalette::Base);
+    m_readout.paint(painter, m_mapper, m_comparison.series, m_pointer->x(), style);
+}
+
+QString ChartView::readoutHeader() const
+{
+    const auto date = m_readout.date();
+    if (!date)
+        return {};
+    const QDateTime instant = QDateTime::fromSecsSinceEpoch(static_cast<qint64>(std::floor(*date)), QTimeZone::utc());
+    if (m_axis.intraday())
+        return DateLabel::display(MarketTime::dateOf(instant)) + QStringLiteral(", ") + MarketTime::time(instant);
+    return DateLabel::display(instant.date());
+}
+
+void ChartView::resizeEvent(QResizeEvent*)
+{
+    relayout();
+}
+
+void ChartView::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange)
+        relayout();
+}
+
+std::optional<std::size_t> ChartView::lineNear(QPointF position) const
+{
+    std::optional<std::size_t> nearest;
+    double best = lineHoverDistance;
+    for (std::size_t s = 0; s < m_paths.size(); ++s) {
+        const QPolygonF& path = m_paths[s];
+        if (path.isEmpty())
+            continue;
+        const auto after = std::lower_bound(
+            path.begin(), path.end(), position.x(), [](const QPointF& point, double x) { return point.x() < x; });
+        double y = 0;
+        if (after == path.begin())
+            y = after->x() - position.x() <= lineHoverDistance ? after->y() : qInf();
+        else if (after == path.end())
+            y = position.x() - path.back().x() <= lineHoverDistance ? path.back().y() : qInf();
+        else {
+            const QPointF& a = *(after - 1);
+            const QPointF& b = *after;
+            const double t = b.x() > a.x() ? (position.x() - a.x()) / (b.x() - a.x()) : 0;
+            y = a.y() + t * (b.y() - a.y());
+        }
+        const double distance = std::abs(y - position.y());
+        if (distance <= best) {
+            best = distance;
+            nearest = s;
+        }
+    }
+    return nearest;
+}
+
+void ChartView::pointerMoved(QPointF position)
+{
+    const QRectF plot = m_mapper.plot();
+    const bool inPlot = plot.contains(position) && plot.width() > 0;
+    std::optional<QString> hovered = m_labels.tickerAt(position);
+    if (inPlot) {
+        m_pointer = position;
+        const double x = (position.x() - plot.left()) / plot.width() * m_axis.span();
+        const qsizetype index = m_axis.nearestIndex(x);
+        if (index != m_readoutIndex) {
+            m_readoutIndex = index;
+            if (index >= 0)
+                m_readout.rank(m_comparison.series, m_axis.dates()[static_cast<std::size_t>(index)]);
+        }
+        if (const auto line = lineNear(position))
+            hovered = m_comparison.series[*line].ticker;
+    } else {
+        m_pointer.reset();
+        m_readoutIndex = -1;
+        m_readout.clear();
+    }
+    m_focus->setChartHovering(inPlot);
+    if (hovered)
+        m_focus->setHovered(hovered, true);
+    else if (m_focus->hoverFromChart())
+        m_focus->setHovered(std::nullopt);
+    const bool clickable = hovered.has_value() || m_labels.arrowAt(position) != 0;
+    setCursor(clickable ? Qt::PointingHandCursor : Qt::ArrowCursor);
+    update();
+}
+
+void ChartView::mouseMoveEvent(QMouseEvent* event)
+{
+    pointerMoved(event->position());
+}
+
+void ChartView::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton)
+        return QWidget::mousePressEvent(event);
+    const QPointF position = event->position();
+    if (const int step = m_labels.arrowAt(position)) {
+        showLabelPage(m_labelPage + step);
+        return;
+    }
+    if (const auto ticker = m_labels.tickerAt(position)) {
+        m_focus->togglePinned(*ticker);
+        return;
+    }
+    if (m_mapper.plot().contains(position))
+        if (const auto line = lineNear(position))
+            m_focus->togglePinned(m_comparison.series[*line].ticker);
+}
+
+void ChartView::leaveEvent(QEvent* event)
+{
+    QWidget::leaveEvent(event);
+    m_pointer.reset();
+    m_readoutIndex = -1;
+    m_readout.clear();
+    m_focus->setChartHovering(false);
+    if (m_focus->hoverFromChart())
+        m_focus->setHovered(std::nullopt);
+    update();
+}
+
+void ChartView::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape) {
+        resetHighlights();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+} // namespace tessary

@@ -1,0 +1,187 @@
+#include <QTest>
+#include <QTimeZone>
+
+#include "Tessary/Model/Comparison.h"
+#include "Tessary/Views/Chart/ChartFocus.h"
+#include "Tessary/Views/Chart/ChartView.h"
+
+using namespace tessary;
+
+namespace {
+
+constexpr double day = 86'400;
+const double monday
+    = static_cast<double>(QDateTime(QDate(2024, 1, 8), QTime(0, 0), QTimeZone::utc()).toSecsSinceEpoch());
+
+ChartSeries line(const QString& ticker, std::initializer_list<double> values)
+{
+    ChartSeries series { ticker, {}, false };
+    double date = monday;
+    for (const double value : values) {
+        series.points.push_back(ChartPoint { date, value, 100 * (1 + value) });
+        date += day;
+    }
+    return series;
+}
+
+// Four weekdays; the lines cross so that the ranking differs from day to day.
+Comparison threeLines()
+{
+    Comparison comparison;
+    comparison.id = QUuid::createUuid();
+    comparison.interval = QStringLiteral("1D");
+    comparison.series = { line("AAA", { 0, 0.10, 0.20, 0.30 }), line("BBB", { 0, -0.05, -0.10, -0.15 }),
+        line("CCC", { 0, 0.05, 0.02, 0.40 }) };
+    return comparison;
+}
+
+QStringList readoutOrder(const ChartView& view)
+{
+    QStringList tickers;
+    for (const auto& row : view.readout().rows())
+        tickers.append(view.comparison().series[row.series].ticker);
+    return tickers;
+}
+
+} // namespace
+
+class ChartViewTests : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void pointerMovesRankWithoutRepaintingTheLines_data();
+    void pointerMovesRankWithoutRepaintingTheLines();
+    void hoveringALineHighlightsIt();
+    void labelClickPinsAndEscapeClears();
+    void zoomToPinnedRefitsTheRange();
+    void logScaleSurvivesTotalLoss();
+
+private:
+    QPoint at(double date, double value) const { return m_view->mapper().point(date, value).toPoint(); }
+
+    std::unique_ptr<ChartFocus> m_focus;
+    std::unique_ptr<ChartView> m_view;
+};
+
+void ChartViewTests::init()
+{
+    m_focus = std::make_unique<ChartFocus>();
+    m_view = std::make_unique<ChartView>(m_focus.get());
+    m_view->resize(800, 420);
+    m_view->setComparison(threeLines());
+    m_view->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+    m_view->repaint();
+}
+
+void ChartViewTests::cleanup()
+{
+    m_view.reset();
+    m_focus.reset();
+}
+
+void ChartViewTests::pointerMovesRankWithoutRepaintingTheLines_data()
+{
+    QTest::addColumn<int>("dayIndex");
+    QTest::addColumn<double>("pointerValue"); // a height away from every line on that day
+    QTest::addColumn<QStringList>("order");
+
+    QTest::newRow("first day: all level, series order") << 0 << 0.35 << QStringList { "AAA", "BBB", "CCC" };
+    QTest::newRow("second day") << 1 << 0.30 << QStringList { "AAA", "CCC", "BBB" };
+    QTest::newRow("third day") << 2 << 0.11 << QStringList { "AAA", "CCC", "BBB" };
+    QTest::newRow("fourth day: CCC overtakes") << 3 << 0.12 << QStringList { "CCC", "AAA", "BBB" };
+}
+
+void ChartViewTests::pointerMovesRankWithoutRepaintingTheLines()
+{
+    QFETCH(int, dayIndex);
+    QFETCH(double, pointerValue);
+    QFETCH(QStringList, order);
+
+    const int builds = m_view->staticLayerBuilds();
+    QVERIFY(builds > 0);
+    const double date = monday + dayIndex * day;
+    // Slightly off the date's x: the nearest date is still the one under the pointer.
+    QTest::mouseMove(m_view.get(), at(date, pointerValue) + QPoint(dayIndex == 3 ? -20 : 20, 0));
+    m_view->repaint();
+    QCOMPARE(m_view->readout().date(), std::optional { date });
+    QCOMPARE(readoutOrder(*m_view), order);
+    QVERIFY(!m_focus->hovered().has_value());
+    QVERIFY(m_focus->chartHovering());
+
+    QTest::mouseMove(m_view.get(), at(date, pointerValue) + QPoint(0, 3));
+    m_view->repaint();
+    QCOMPARE(m_view->staticLayerBuilds(), builds);
+}
+
+void ChartViewTests::hoveringALineHighlightsIt()
+{
+    const int builds = m_view->staticLayerBuilds();
+    // Halfway between the second and third day AAA runs at 0.15.
+    const QPoint onAAA = at(monday + 1.5 * day, 0.15);
+    QTest::mouseMove(m_view.get(), onAAA);
+    QCOMPARE(m_focus->hovered(), std::optional<QString>("AAA"));
+    QVERIFY(m_focus->hoverFromChart());
+    m_view->repaint();
+    QCOMPARE(m_view->staticLayerBuilds(), builds + 1);
+
+    // Moving along the same line keeps the picture.
+    QTest::mouseMove(m_view.get(), onAAA + QPoint(1, 0));
+    m_view->repaint();
+    QCOMPARE(m_view->staticLayerBuilds(), builds + 1);
+
+    // Off the line the chart's own hover ends; a hover set by the legend would stay.
+    QTest::mouseMove(m_view.get(), at(monday + 1.5 * day, 0.35));
+    QVERIFY(!m_focus->hovered().has_value());
+    m_focus->setHovered(QString("BBB"), false);
+    QTest::mouseMove(m_view.get(), at(monday + 1.5 * day, 0.36));
+    QCOMPARE(m_focus->hovered(), std::optional<QString>("BBB"));
+}
+
+void ChartViewTests::labelClickPinsAndEscapeClears()
+{
+    const QRectF plot = m_view->mapper().plot();
+    // CCC ends highest, so its label is the top one in the gutter.
+    const double endY = m_view->mapper().y(0.40);
+    const QPoint label(static_cast<int>(plot.right() + 30), static_cast<int>(endY));
+    QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, label);
+    QCOMPARE(m_focus->pinned(), QStringList { "CCC" });
+    QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, label);
+    QVERIFY(m_focus->pinned().isEmpty());
+
+    m_focus->setPinned({ "AAA", "BBB" });
+    QTest::keyClick(m_view.get(), Qt::Key_Escape);
+    QVERIFY(m_focus->pinned().isEmpty());
+}
+
+void ChartViewTests::zoomToPinnedRefitsTheRange()
+{
+    const YRange all = m_view->mapper().range();
+    m_view->setZoomToPinned(true);
+    QCOMPARE(m_view->mapper().range(), all);
+    m_focus->pin("BBB");
+    // BBB alone runs from 0 to −15 %: 6 % of that as padding on either side.
+    QCOMPARE(m_view->mapper().range(), (YRange { -0.15 - 0.009, 0.009 }));
+    m_view->setZoomToPinned(false);
+    QCOMPARE(m_view->mapper().range(), all);
+}
+
+void ChartViewTests::logScaleSurvivesTotalLoss()
+{
+    Comparison comparison = threeLines();
+    comparison.series.push_back(line("DDD", { 0, -0.5, -1.0, -1.0 }));
+    m_view->setComparison(comparison);
+    m_view->setLogScale(true);
+    m_view->repaint();
+    QVERIFY(m_view->mapper().range().lower > 0);
+    const double bottom = m_view->mapper().y(-1.0);
+    QVERIFY(std::isfinite(bottom));
+    QVERIFY(bottom <= m_view->mapper().plot().bottom());
+    QTest::mouseMove(m_view.get(), at(monday + 3 * day, 0.2));
+    QCOMPARE(readoutOrder(*m_view), (QStringList { "CCC", "AAA", "BBB", "DDD" }));
+}
+
+QTEST_MAIN(ChartViewTests)
+#include "tst_ChartView.moc"
