@@ -1,8 +1,12 @@
 #include "MainWindow.h"
 
 #include "ChartArea.h"
+#include "LegendBar.h"
 #include "PeriodBar.h"
 #include "Sidebar.h"
+
+#include "Tessary/Views/Chart/ChartFocus.h"
+#include "Tessary/Views/Chart/ChartView.h"
 
 #include "Tessary/Model/DateLabel.h"
 #include "Tessary/Model/MarketTime.h"
@@ -50,9 +54,8 @@ MainWindow::MainWindow(Store& store, QWidget* parent)
     layout->addWidget(buildHeader());
     m_periodBar = new PeriodBar(store, content);
     layout->addWidget(m_periodBar);
-    // The chart itself is plugged in here; until it is, the area shows its states around an
-    // empty canvas.
-    m_chartArea = new ChartArea(store, new QWidget, content);
+    m_focus = new ChartFocus(this);
+    m_chartArea = new ChartArea(store, buildChart(), content);
     layout->addWidget(m_chartArea, 1);
 
     splitter->addWidget(m_sidebar);
@@ -66,6 +69,35 @@ MainWindow::MainWindow(Store& store, QWidget* parent)
                               &Store::catalogChanged})
         connect(&m_store, signal, this, &MainWindow::refreshHeader);
     refreshHeader();
+}
+
+QWidget* MainWindow::buildChart()
+{
+    auto* chart = new QWidget;
+    auto* layout = new QVBoxLayout(chart);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(6);
+    m_legend = new LegendBar(m_store, *m_focus, chart);
+    m_chartView = new ChartView(m_focus, chart);
+    m_chartView->setObjectName(QStringLiteral("chartView"));
+    m_chartView->setLogScale(m_store.logScale());
+    m_chartView->setNameLookup([this](const QString& ticker) {
+        const TickerInfo* info = m_store.universe().find(ticker);
+        return info ? info->name : QString();
+    });
+    layout->addWidget(m_legend);
+    layout->addWidget(m_chartView, 1);
+
+    connect(&m_store, &Store::comparisonChanged, m_chartView, [this] {
+        if (const auto& comparison = m_store.comparison())
+            m_chartView->setComparison(*comparison);
+    });
+    connect(&m_store, &Store::logScaleChanged, m_chartView, &ChartView::setLogScale);
+    // Pinned tickers belong to the list on show and are kept with it.
+    connect(m_focus, &ChartFocus::pinnedChanged, &m_store, &Store::setHighlights);
+    connect(&m_store, &Store::highlightsChanged, m_focus, [this] { m_focus->setPinned(m_store.highlights()); });
+    m_focus->setPinned(m_store.highlights());
+    return chart;
 }
 
 QWidget* MainWindow::buildHeader()

@@ -9,6 +9,9 @@ class QPushButton;
 namespace tessary {
 
 class ChartArea;
+class ChartFocus;
+class ChartView;
+class LegendBar;
 class PeriodBar;
 class Sidebar;
 class Store;
@@ -24,6 +27,9 @@ public:
     Sidebar* sidebar() const { return m_sidebar; }
     PeriodBar* periodBar() const { return m_periodBar; }
     ChartArea* chartArea() const { return m_chartArea; }
+    ChartView* chartView() const { return m_chartView; }
+    LegendBar* legend() const { return m_legend; }
+    ChartFocus* focus() const { return m_focus; }
     QLabel* dataSourceBadge() const { return m_dataSourceBadge; }
     QAction* newListAction() const { return m_newList; }
     QAction* refreshAction() const { return m_refresh; }
@@ -33,11 +39,15 @@ private:
     void buildMenus();
     QWidget* buildHeader();
     void refreshHeader();
+    QWidget* buildChart();
 
     Store& m_store;
     Sidebar* m_sidebar = nullptr;
     PeriodBar* m_periodBar = nullptr;
     ChartArea* m_chartArea = nullptr;
+    ChartFocus* m_focus = nullptr;
+    ChartView* m_chartView = nullptr;
+    LegendBar* m_legend = nullptr;
     QLabel* m_title = nullptr;
     QLabel* m_subtitle = nullptr;
     QLabel* m_dataSourceBadge = nullptr;
