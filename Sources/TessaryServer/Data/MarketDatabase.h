@@ -28,6 +28,10 @@ class MarketDatabase final : public MarketReader {
 public:
     static constexpr int schemaVersion = 1;
     static constexpr auto fileName = "market.sqlite";
+    // Keys of the meta table.
+    static constexpr auto dataSourceKey = "data_source"; // "simulated" or "imported"
+    static constexpr auto demoSeedKey = "demo_seed";
+    static constexpr auto lastDemoDateKey = "last_demo_date";
 
     // Opens (creating the directory and the schema when missing) the store in `directory`.
     static std::expected<std::unique_ptr<MarketDatabase>, DataError> open(const QString& directory);
