@@ -3,31 +3,6 @@
 
 namespace tessary::server {
 
-namespace {
-DataError pending()
-{
-    return DataError { QStringLiteral("the market store is not available yet") };
-}
-} // namespace
-
-const std::vector<TickerInfo>& demoUniverse()
-{
-    static const std::vector<TickerInfo> none;
-    return none;
-}
-std::expected<DemoReport, DataError> generateDemoMarket(MarketDatabase&, const DemoOptions&, const ProgressCallback&)
-{
-    return std::unexpected(pending());
-}
-std::expected<DemoReport, DataError> extendDemoMarket(MarketDatabase&, QDate, const ProgressCallback&)
-{
-    return std::unexpected(pending());
-}
-std::expected<DemoReport, DataError> prepareMarket(MarketDatabase&, bool, const ProgressCallback&)
-{
-    return std::unexpected(pending());
-}
-
 QByteArray curatedCatalogDocument()
 {
     return QByteArrayLiteral(R"({"categories":[],"collections":[]})");
