@@ -17,19 +17,23 @@ namespace {
 constexpr qint64 millisecondsPerDay = 86'400'000;
 constexpr qint64 julianDayOfEpoch = 2'440'588; // 1970-01-01
 
-// Bars with the same key fall in the same sampling period.
-int periodKey(QDate date, SamplingFrequency frequency)
+// The Julian day on which the week or month after the one holding `date` begins. Julian day 0
+// was a Monday, so whole weeks of Julian days are exactly the ISO weeks. Comparing against
+// this boundary, rather than taking every bar's week or month apart, keeps calendar
+// arithmetic off the per-bar path of 40-year windows.
+qint64 nextPeriodStart(QDate date, SamplingFrequency frequency)
 {
     switch (frequency) {
     case SamplingFrequency::daily:
-        return static_cast<int>(date.toJulianDay());
-    case SamplingFrequency::weekly: {
-        int isoYear = 0;
-        const int week = date.weekNumber(&isoYear);
-        return isoYear * 100 + week;
+        return date.toJulianDay() + 1;
+    case SamplingFrequency::weekly:
+        return (date.toJulianDay() / 7 + 1) * 7;
+    case SamplingFrequency::monthly: {
+        int year = 0;
+        int month = 0;
+        date.getDate(&year, &month, nullptr);
+        return QDate(year, month, 1).addMonths(1).toJulianDay();
     }
-    case SamplingFrequency::monthly:
-        return date.year() * 12 + date.month();
     }
     return 0;
 }
@@ -56,11 +60,14 @@ std::vector<std::size_t> sampledBars(std::span<const DailyBar> bars, SamplingFre
         return kept;
     kept.reserve(frequency == SamplingFrequency::daily ? bars.size() : bars.size() / 4 + 2);
     kept.push_back(0);
+    qint64 boundary = nextPeriodStart(bars[1 % bars.size()].date, frequency);
     for (std::size_t i = 1; i < bars.size(); ++i) {
-        const bool endsPeriod
-            = i + 1 == bars.size() || periodKey(bars[i].date, frequency) != periodKey(bars[i + 1].date, frequency);
-        if (endsPeriod)
+        if (i + 1 == bars.size()) {
             kept.push_back(i);
+        } else if (bars[i + 1].date.toJulianDay() >= boundary) {
+            kept.push_back(i);
+            boundary = nextPeriodStart(bars[i + 1].date, frequency);
+        }
     }
     return kept;
 }

@@ -4,6 +4,7 @@
 #include <QStringView>
 
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -35,14 +36,28 @@ public:
     JsonWriter& null();
     JsonWriter& optionalNumber(const std::optional<double>& value, int significantDigits = 0);
     JsonWriter& optionalString(const std::optional<QString>& value);
+    // Whole arrays in one go: the bulk of a prices reply.
+    JsonWriter& integerArray(std::span<const qint64> values);
+    JsonWriter& numberArray(std::span<const std::optional<double>> values, int significantDigits);
 
     QByteArray take();
 
 private:
     void separate();
+    // Makes room for `count` more bytes and returns where they go.
+    char* reserve(qsizetype count);
+    void put(char c)
+    {
+        *reserve(1) = c;
+        ++m_size;
+    }
+    void put(std::string_view text);
     void appendNumber(double value, int significantDigits);
+    void appendOptionalNumber(const std::optional<double>& value, int significantDigits);
 
+    // Written bytes are m_out[0, m_size); the rest is room to grow into.
     QByteArray m_out;
+    qsizetype m_size = 0;
     // One entry per open container: whether the next element needs a comma before it.
     std::vector<bool> m_needsComma;
     bool m_afterKey = false;

@@ -33,10 +33,7 @@ void stringArray(JsonWriter& json, const QStringList& values)
 
 void chartValues(JsonWriter& json, const OptionalValues& values)
 {
-    json.beginArray();
-    for (const auto& value : values)
-        json.optionalNumber(value, JsonWriter::chartDigits);
-    json.endArray();
+    json.numberArray(values, JsonWriter::chartDigits);
 }
 
 void optionalStringColumn(
@@ -62,10 +59,7 @@ void writeSeries(JsonWriter& json, const TickerSeries& series)
 {
     json.beginObject();
     json.key("ticker").string(series.ticker);
-    json.key("dates").beginArray();
-    for (const qint64 date : series.dates)
-        json.integer(date);
-    json.endArray();
+    json.key("dates").integerArray(series.dates);
     json.key("performance");
     chartValues(json, series.performance);
     if (series.adjClose) {
