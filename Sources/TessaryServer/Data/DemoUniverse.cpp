@@ -39,8 +39,17 @@ std::vector<DemoSymbol> readDemoSymbols()
         symbol.profile = fields[8];
         symbols.push_back(std::move(symbol));
     }
-    std::ranges::sort(symbols, {}, [](const DemoSymbol& s) { return s.info.symbol; });
-    return symbols;
+    // Sorted through an index: swapping the records themselves trips a false
+    // maybe-uninitialized warning of GCC 12 in optimised builds.
+    std::vector<std::size_t> order(symbols.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
+        order[i] = i;
+    std::ranges::sort(order, {}, [&](std::size_t i) { return symbols[i].info.symbol; });
+    std::vector<DemoSymbol> sorted;
+    sorted.reserve(symbols.size());
+    for (const std::size_t i : order)
+        sorted.push_back(symbols[i]);
+    return sorted;
 }
 
 } // namespace
