@@ -1,6 +1,7 @@
 #include "MemoryMarket.h"
 #include "Tessary/Shell/Json.h"
 #include "TessaryServer/Http/HttpTransport.h"
+#include "TessaryServer/Http/JsonWriter.h"
 #include "TessaryServer/Http/MarketHandlers.h"
 #include "TessaryServer/Http/ServerEngine.h"
 
@@ -18,6 +19,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <limits>
 
 using namespace tessary;
 using namespace tessary::server;
@@ -90,6 +92,8 @@ class ServerEndpointTests : public QObject {
 
 private Q_SLOTS:
     void initTestCase();
+    void chartNumbers_data();
+    void chartNumbers();
     void statusAndError_data();
     void statusAndError();
     void skipUnknownListsSymbolsAndKeepsKnownOnes();
@@ -124,6 +128,33 @@ void ServerEndpointTests::initTestCase()
 QUrl ServerEndpointTests::url(const QString& pathAndQuery) const
 {
     return QUrl(QStringLiteral("http://127.0.0.1:%1%2").arg(m_port).arg(pathAndQuery));
+}
+
+void ServerEndpointTests::chartNumbers_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("zero") << 0.0 << "0";
+    QTest::newRow("eight digits of a fraction") << 0.596878742448 << "0.59687874";
+    QTest::newRow("negative") << -0.0183647 << "-0.0183647";
+    QTest::newRow("small, leading zeros") << 0.000012345678912 << "0.000012345679";
+    QTest::newRow("trailing zeros dropped") << 0.125 << "0.125";
+    QTest::newRow("whole number") << 100.0 << "100";
+    QTest::newRow("rounding carries into a new digit") << 9.9999999951 << "10";
+    QTest::newRow("more whole digits than kept") << 123456789.7 << "123456790";
+    QTest::newRow("tiny falls back to an exponent") << 1.5e-12 << "1.5e-12";
+    QTest::newRow("huge falls back to an exponent") << -2.5e20 << "-2.5e+20";
+    QTest::newRow("infinity is no value") << std::numeric_limits<double>::infinity() << "null";
+    QTest::newRow("NaN is no value") << std::numeric_limits<double>::quiet_NaN() << "null";
+}
+
+void ServerEndpointTests::chartNumbers()
+{
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    JsonWriter json;
+    json.beginArray().number(value, JsonWriter::chartDigits).number(value, JsonWriter::chartDigits).endArray();
+    QCOMPARE(QString::fromLatin1(json.take()), QStringLiteral("[%1,%1]").arg(text));
 }
 
 void ServerEndpointTests::statusAndError_data()
