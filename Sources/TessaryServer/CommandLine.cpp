@@ -1,0 +1,196 @@
+#include "CommandLine.h"
+
+namespace tessary::server {
+
+namespace {
+
+std::unexpected<UsageError> usage(QString message)
+{
+    return std::unexpected(UsageError { std::move(message) });
+}
+
+// Walks the arguments of one command, splitting "--name=value" and fetching values that come
+// as the next argument.
+class ArgumentReader {
+public:
+    explicit ArgumentReader(QStringList arguments)
+        : m_arguments(std::move(arguments))
+    {
+    }
+
+    bool atEnd() const { return m_index >= m_arguments.size(); }
+
+    // The next argument; for an option written "--name=value" only "--name", with the value
+    // kept for `value()`.
+    QString next()
+    {
+        QString argument = m_arguments[m_index++];
+        m_inlineValue.reset();
+        if (argument.startsWith(u"--")) {
+            if (const auto equals = argument.indexOf(u'='); equals > 0) {
+                m_inlineValue = argument.mid(equals + 1);
+                argument.truncate(equals);
+            }
+        }
+        return argument;
+    }
+
+    std::expected<QString, UsageError> value(const QString& option)
+    {
+        if (m_inlineValue)
+            return *std::exchange(m_inlineValue, std::nullopt);
+        if (atEnd())
+            return usage(option + QStringLiteral(" needs a value"));
+        return m_arguments[m_index++];
+    }
+
+    // A flag must not be given a value.
+    std::expected<void, UsageError> noValue(const QString& option) const
+    {
+        if (m_inlineValue)
+            return usage(option + QStringLiteral(" takes no value"));
+        return {};
+    }
+
+private:
+    QStringList m_arguments;
+    qsizetype m_index = 0;
+    std::optional<QString> m_inlineValue;
+};
+
+std::expected<quint16, UsageError> parsePort(const QString& text)
+{
+    bool ok = false;
+    const uint port = text.toUInt(&ok);
+    if (!ok || port > 65535)
+        return usage(QStringLiteral("--port must be a number from 0 to 65535, not \"%1\"").arg(text));
+    return static_cast<quint16>(port);
+}
+
+std::expected<Command, UsageError> parseServe(ArgumentReader& reader)
+{
+    ServeCommand command;
+    while (!reader.atEnd()) {
+        const QString option = reader.next();
+        if (option == u"--host") {
+            const auto host = reader.value(option);
+            if (!host)
+                return std::unexpected(host.error());
+            command.options.host = *host;
+        } else if (option == u"--port") {
+            const auto text = reader.value(option);
+            if (!text)
+                return std::unexpected(text.error());
+            const auto port = parsePort(*text);
+            if (!port)
+                return std::unexpected(port.error());
+            command.options.port = *port;
+        } else if (option == u"--data-dir") {
+            const auto directory = reader.value(option);
+            if (!directory)
+                return std::unexpected(directory.error());
+            command.options.dataDirectory = *directory;
+        } else if (option == u"--no-demo") {
+            if (const auto flag = reader.noValue(option); !flag)
+                return std::unexpected(flag.error());
+            command.options.demo = false;
+        } else {
+            return usage(QStringLiteral("serve: unknown argument \"%1\"").arg(option));
+        }
+    }
+    if (command.options.dataDirectory.isEmpty())
+        command.options.dataDirectory = defaultDataDirectory();
+    return command;
+}
+
+// The shared shape of both imports: --data-dir anywhere, everything else a path.
+std::expected<std::pair<QString, QStringList>, UsageError> parseImportArguments(
+    ArgumentReader& reader, const QString& what)
+{
+    QString directory;
+    QStringList paths;
+    while (!reader.atEnd()) {
+        const QString argument = reader.next();
+        if (argument == u"--data-dir") {
+            const auto value = reader.value(argument);
+            if (!value)
+                return std::unexpected(value.error());
+            directory = *value;
+        } else if (argument.startsWith(u"--")) {
+            return usage(QStringLiteral("import %1: unknown option \"%2\"").arg(what, argument));
+        } else {
+            paths.append(argument);
+        }
+    }
+    return std::pair { directory.isEmpty() ? defaultDataDirectory() : directory, paths };
+}
+
+std::expected<Command, UsageError> parseImport(ArgumentReader& reader)
+{
+    if (reader.atEnd())
+        return usage(QStringLiteral("import needs \"prices\" or \"universe\""));
+    const QString what = reader.next();
+    if (what != u"prices" && what != u"universe")
+        return usage(QStringLiteral("import: unknown kind \"%1\" (prices or universe)").arg(what));
+    const auto parsed = parseImportArguments(reader, what);
+    if (!parsed)
+        return std::unexpected(parsed.error());
+    const auto& [directory, paths] = *parsed;
+    if (what == u"prices") {
+        if (paths.isEmpty())
+            return usage(QStringLiteral("import prices needs at least one file or directory"));
+        return ImportPricesCommand { directory, paths };
+    }
+    if (paths.size() != 1)
+        return usage(QStringLiteral("import universe needs exactly one file"));
+    return ImportUniverseCommand { directory, paths.front() };
+}
+
+} // namespace
+
+std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments)
+{
+    if (arguments.contains(u"--help") || arguments.contains(u"-h"))
+        return HelpCommand {};
+    if (arguments.isEmpty())
+        return usage(QStringLiteral("no command given (serve or import)"));
+    ArgumentReader reader(arguments.mid(1));
+    if (arguments.front() == u"serve")
+        return parseServe(reader);
+    if (arguments.front() == u"import")
+        return parseImport(reader);
+    return usage(QStringLiteral("unknown command \"%1\" (serve or import)").arg(arguments.front()));
+}
+
+QString usageText()
+{
+    return QStringLiteral(R"(Usage:
+  tessary-server serve [--host 127.0.0.1] [--port N] [--data-dir DIR] [--no-demo]
+  tessary-server import prices [--data-dir DIR] PATH...
+  tessary-server import universe [--data-dir DIR] FILE
+  tessary-server --help
+
+serve             Serves the market data over HTTP: GET /tickers, /prices,
+                  /tickergraph/related and /data/collections.json. Prints
+                  "listening on http://HOST:PORT" as its first line once it accepts
+                  connections, and stops cleanly on SIGINT or SIGTERM.
+  --host ADDRESS  Address to bind (default 127.0.0.1; "localhost" and IPv6 work too).
+  --port N        Port to bind; 0 or none picks a free one.
+  --data-dir DIR  Folder of the market database (default %1).
+  --no-demo       Do not seed the simulated demo market into an empty database.
+
+import prices     Imports daily prices from per-symbol CSV files, or folders of them.
+                  The symbol is the file name (BRK.B.csv is BRK.B) unless a symbol column
+                  exists. Accepted headers: date,close,adjusted_close[,dividend,split];
+                  Date,Open,High,Low,Close,Adj Close,Volume; timestamp,open,high,low,close,
+                  adjusted_close,volume,dividend_amount,split_coefficient. Bad rows are
+                  reported with file:line and skipped; everything else is one transaction.
+import universe   Imports symbol metadata from a CSV file with a header row (Symbol or
+                  Ticker, Name, Sector, Industry, Exchange, Type, Market Cap, ...).
+
+Every problem is reported on its own line; a failed command exits with a non-zero status.
+)")
+        .arg(defaultDataDirectory());
+}
+
+} // namespace tessary::server

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QDate>
+#include <QString>
+
+#include <expected>
+#include <functional>
+#include <vector>
+
+#include "Tessary/MarketData/WireRecords.h"
+#include "TessaryServer/Data/DataError.h"
+
+namespace tessary::server {
+
+class MarketDatabase;
+
+// Called with the fraction done, 0 to 1, while the demo market is generated.
+using ProgressCallback = std::function<void(double fraction)>;
+
+struct DemoOptions {
+    quint64 seed = 0x7e55a11ULL;
+    QDate firstDay = QDate(1985, 1, 2);
+    // The last session to generate; invalid means the last completed session right now.
+    QDate lastDay;
+    int intradaySessions = 5;
+};
+
+struct DemoReport {
+    int symbols = 0;
+    qint64 dailyBars = 0;
+    qint64 intradayBars = 0;
+    QDate lastDay;
+};
+
+// The hand-written universe of the demo market (stocks, ETFs and mutual funds), sorted by
+// symbol.
+const std::vector<TickerInfo>& demoUniverse();
+
+// Fills an empty database with the simulated market, deterministic for the seed.
+std::expected<DemoReport, DataError> generateDemoMarket(
+    MarketDatabase& database, const DemoOptions& options, const ProgressCallback& progress = {});
+
+// Continues a simulated market from its last demo date up to `lastDay` (invalid: now). The
+// bars are the same as if the market had been generated up to that day in one go.
+std::expected<DemoReport, DataError> extendDemoMarket(
+    MarketDatabase& database, QDate lastDay = {}, const ProgressCallback& progress = {});
+
+// What the server does when it opens its store: seed the demo market into an empty database
+// (unless `demoEnabled` is false), or bring a simulated one up to date. Imported data is left
+// alone.
+std::expected<DemoReport, DataError> prepareMarket(
+    MarketDatabase& database, bool demoEnabled, const ProgressCallback& progress = {});
+
+} // namespace tessary::server

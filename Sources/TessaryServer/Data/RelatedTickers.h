@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QStringList>
+
+#include <vector>
+
+#include "Tessary/MarketData/WireRecords.h"
+#include "TessaryServer/Data/CuratedCatalog.h"
+
+namespace tessary::server {
+
+// Suggestions for a set of symbols: same-industry peers, the sector's ETF, broad-market ETFs
+// and symbols that share curated collections with them. Never suggests a symbol of the input;
+// at most `limit` suggestions. `universe` is sorted by symbol.
+RelatedResponse relatedTickers(const std::vector<TickerInfo>& universe,
+    const std::vector<CuratedCollection>& collections, const QStringList& symbols, int limit);
+
+} // namespace tessary::server

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <optional>
+#include <utility>
+
+namespace tessary::server {
+
+using QueryItems = QList<std::pair<QString, QString>>;
+
+// A request as the handlers see it: already parsed, no socket in sight.
+struct HttpRequest {
+    QByteArray method = QByteArrayLiteral("GET");
+    QString path;
+    QueryItems query; // fully decoded, in the order sent
+
+    // The first value of a query item, if it was sent at all.
+    std::optional<QString> item(QStringView name) const;
+};
+
+// What a handler answers; the transport only moves these bytes.
+struct HttpResponse {
+    int status = 200;
+    QByteArray contentType;
+    QByteArray body;
+
+    static HttpResponse json(QByteArray body, int status = 200);
+    // {"error": message}
+    static HttpResponse error(int status, const QString& message);
+};
+
+} // namespace tessary::server

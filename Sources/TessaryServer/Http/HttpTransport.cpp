@@ -1,0 +1,92 @@
+#include "HttpTransport.h"
+
+#include <QHttpServerRequest>
+#include <QHttpServerResponder>
+#include <QUrlQuery>
+
+#include <exception>
+
+namespace tessary::server {
+
+namespace {
+
+HttpRequest toHttpRequest(const QHttpServerRequest& request)
+{
+    HttpRequest parsed;
+    switch (request.method()) {
+    case QHttpServerRequest::Method::Get:
+        parsed.method = QByteArrayLiteral("GET");
+        break;
+    case QHttpServerRequest::Method::Head:
+        parsed.method = QByteArrayLiteral("HEAD");
+        break;
+    case QHttpServerRequest::Method::Post:
+        parsed.method = QByteArrayLiteral("POST");
+        break;
+    case QHttpServerRequest::Method::Put:
+        parsed.method = QByteArrayLiteral("PUT");
+        break;
+    case QHttpServerRequest::Method::Delete:
+        parsed.method = QByteArrayLiteral("DELETE");
+        break;
+    default:
+        parsed.method = QByteArrayLiteral("OTHER");
+        break;
+    }
+    parsed.path = request.url().path(QUrl::FullyDecoded);
+    const auto items = QUrlQuery(request.url()).queryItems(QUrl::FullyDecoded);
+    parsed.query.reserve(items.size());
+    for (const auto& [key, value] : items)
+        parsed.query.emplace_back(key, value);
+    return parsed;
+}
+
+} // namespace
+
+HttpTransport::HttpTransport(Handler handler, QObject* parent)
+    : QAbstractHttpServer(parent)
+    , m_handler(std::move(handler))
+{
+}
+
+std::expected<quint16, QString> HttpTransport::start(const QHostAddress& address, quint16 port)
+{
+    const quint16 bound = listen(address, port);
+    if (bound == 0) {
+        return std::unexpected(QStringLiteral("cannot listen on %1:%2").arg(address.toString()).arg(port));
+    }
+    return bound;
+}
+
+std::optional<QHostAddress> HttpTransport::parseHost(const QString& host)
+{
+    if (host.compare(u"localhost", Qt::CaseInsensitive) == 0)
+        return QHostAddress(QHostAddress::LocalHost);
+    QHostAddress address;
+    if (!address.setAddress(host))
+        return std::nullopt;
+    return address;
+}
+
+bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket* socket)
+{
+    HttpResponse response;
+    try {
+        response = m_handler(toHttpRequest(request));
+    } catch (const std::exception& failure) {
+        // Handlers report bad input as values; only running out of memory and the like lands
+        // here, and the client still gets an answer.
+        response = HttpResponse::error(500, QStringLiteral("internal error: ") + QString::fromUtf8(failure.what()));
+    }
+    auto responder = makeResponder(request, socket);
+    responder.write(
+        response.body, response.contentType, static_cast<QHttpServerResponder::StatusCode>(response.status));
+    return true;
+}
+
+void HttpTransport::missingHandler(const QHttpServerRequest& request, QTcpSocket* socket)
+{
+    makeResponder(request, socket).write(QHttpServerResponder::StatusCode::NotFound);
+}
+
+} // namespace tessary::server

@@ -1,0 +1,64 @@
+#include "MarketHandlers.h"
+
+#include "RequestParsing.h"
+#include "Tessary/Model/MarketTime.h"
+#include "TessaryServer/Data/CuratedCatalog.h"
+#include "TessaryServer/Data/RelatedTickers.h"
+#include "TessaryServer/Engine/PriceEngine.h"
+#include "WireEncoding.h"
+
+namespace tessary::server {
+
+MarketHandlers::MarketHandlers(const MarketReader& market, Clock clock)
+    : m_market(market)
+    , m_clock(std::move(clock))
+{
+}
+
+HttpResponse MarketHandlers::handle(const HttpRequest& request) const
+{
+    if (request.method != "GET")
+        return HttpResponse::error(405, QStringLiteral("method not allowed: ") + QString::fromLatin1(request.method));
+    if (request.path == u"/tickers")
+        return tickers();
+    if (request.path == u"/prices")
+        return prices(request);
+    if (request.path == u"/tickergraph/related")
+        return related(request);
+    if (request.path == u"/data/collections.json")
+        return collections();
+    return HttpResponse::error(404, QStringLiteral("not found: ") + request.path);
+}
+
+HttpResponse MarketHandlers::tickers() const
+{
+    return HttpResponse::json(encodeTickersResponse(tickersResponse(m_market.universe(), m_market.dataSource())));
+}
+
+HttpResponse MarketHandlers::prices(const HttpRequest& request) const
+{
+    const QDate marketEnd = m_market.lastMarketDate().value_or(MarketTime::dateOf(m_clock()));
+    const auto query = parsePricesQuery(request, marketEnd);
+    if (!query)
+        return HttpResponse::error(400, query.error().description());
+    const auto response = computePrices(m_market, *query);
+    if (!response)
+        return HttpResponse::error(404, response.error().description());
+    return HttpResponse::json(encodePricesResponse(*response));
+}
+
+HttpResponse MarketHandlers::related(const HttpRequest& request) const
+{
+    const auto query = parseRelatedQuery(request);
+    if (!query)
+        return HttpResponse::error(400, query.error().description());
+    return HttpResponse::json(
+        encodeRelatedResponse(relatedTickers(m_market.universe(), curatedCollections(), query->tickers, query->limit)));
+}
+
+HttpResponse MarketHandlers::collections() const
+{
+    return HttpResponse::json(curatedCatalogDocument());
+}
+
+} // namespace tessary::server

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "HttpExchange.h"
+#include "TessaryServer/MarketReader.h"
+
+#include <QDateTime>
+
+#include <functional>
+
+namespace tessary::server {
+
+// The market-data endpoints and the web documents, as pure functions of a parsed request:
+// GET /tickers, /prices, /tickergraph/related and /data/collections.json. Bad input is a 400
+// with a one-line reason, an unknown symbol a 404 unless the client asked to skip it.
+class MarketHandlers {
+public:
+    using Clock = std::function<QDateTime()>;
+
+    // `clock` only matters for a market without any bars, whose presets end today.
+    explicit MarketHandlers(const MarketReader& market, Clock clock = &QDateTime::currentDateTimeUtc);
+
+    HttpResponse handle(const HttpRequest& request) const;
+
+    HttpResponse tickers() const;
+    HttpResponse prices(const HttpRequest& request) const;
+    HttpResponse related(const HttpRequest& request) const;
+    HttpResponse collections() const;
+
+private:
+    const MarketReader& m_market;
+    Clock m_clock;
+};
+
+} // namespace tessary::server

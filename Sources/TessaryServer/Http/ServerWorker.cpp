@@ -1,0 +1,68 @@
+#include "ServerWorker.h"
+
+#include "HttpTransport.h"
+#include "MarketHandlers.h"
+#include "TessaryServer/Data/Data.h"
+
+#include <QThread>
+
+namespace tessary::server {
+
+ServerWorker::ServerWorker(ServerOptions options)
+    : m_options(std::move(options))
+{
+}
+
+ServerWorker::~ServerWorker() = default;
+
+std::expected<std::unique_ptr<MarketReader>, QString> ServerWorker::openDatabase(const MarketProgress& progress) const
+{
+    const QString directory = m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory;
+    auto database = MarketDatabase::open(directory);
+    if (!database)
+        return std::unexpected(database.error().description());
+    if (const auto prepared = prepareMarket(**database, m_options.demo, progress); !prepared)
+        return std::unexpected(prepared.error().description());
+    return std::unique_ptr<MarketReader>(std::move(*database));
+}
+
+void ServerWorker::run()
+{
+    const auto address = HttpTransport::parseHost(m_options.host);
+    if (!address) {
+        Q_EMIT failed(QStringLiteral("not an IP address: ") + m_options.host);
+        return;
+    }
+
+    Q_EMIT progress(0, QStringLiteral("Opening the market data"));
+    const MarketProgress report
+        = [this](double fraction) { Q_EMIT progress(fraction, QStringLiteral("Preparing the market data")); };
+    auto market = m_options.openMarket ? m_options.openMarket(report) : openDatabase(report);
+    if (!market) {
+        Q_EMIT failed(market.error());
+        return;
+    }
+    m_market = std::move(*market);
+    m_handlers = std::make_unique<MarketHandlers>(*m_market);
+
+    const MarketHandlers* handlers = m_handlers.get();
+    m_transport
+        = std::make_unique<HttpTransport>([handlers](const HttpRequest& request) { return handlers->handle(request); });
+    const auto port = m_transport->start(*address, m_options.port);
+    if (!port) {
+        Q_EMIT failed(port.error());
+        return;
+    }
+    Q_EMIT progress(1, QStringLiteral("Listening"));
+    Q_EMIT listening(m_options.host, *port);
+}
+
+void ServerWorker::shutdown()
+{
+    m_transport.reset();
+    m_handlers.reset();
+    m_market.reset();
+    thread()->quit();
+}
+
+} // namespace tessary::server

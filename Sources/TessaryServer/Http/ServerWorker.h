@@ -1,0 +1,42 @@
+#pragma once
+
+#include "ServerEngine.h"
+
+#include <QObject>
+
+#include <memory>
+
+namespace tessary::server {
+
+class HttpTransport;
+class MarketHandlers;
+
+// Lives on the service thread and owns everything that must stay there: the market, the
+// handlers and the HTTP server.
+class ServerWorker : public QObject {
+    Q_OBJECT
+
+public:
+    explicit ServerWorker(ServerOptions options);
+    ~ServerWorker() override;
+
+    // Opens the market, then listens. Ends with `listening` or `failed`.
+    void run();
+    // Deletes the server and the market, then ends the thread's event loop.
+    void shutdown();
+
+Q_SIGNALS:
+    void progress(double fraction, const QString& stage);
+    void listening(const QString& host, quint16 port);
+    void failed(const QString& message);
+
+private:
+    std::expected<std::unique_ptr<MarketReader>, QString> openDatabase(const MarketProgress& progress) const;
+
+    ServerOptions m_options;
+    std::unique_ptr<MarketReader> m_market;
+    std::unique_ptr<MarketHandlers> m_handlers;
+    std::unique_ptr<HttpTransport> m_transport;
+};
+
+} // namespace tessary::server

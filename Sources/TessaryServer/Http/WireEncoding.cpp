@@ -1,0 +1,231 @@
+#include "WireEncoding.h"
+
+#include "JsonWriter.h"
+#include "TessaryServer/Engine/PriceEngine.h"
+
+#include <cmath>
+
+namespace tessary::server {
+
+namespace {
+
+void optionalMetric(JsonWriter& json, std::string_view key, const std::optional<double>& value)
+{
+    // A metric that came out as infinity or NaN (a zero price in the data) is as unknown as an
+    // absent one.
+    if (value && std::isfinite(*value))
+        json.key(key).number(*value);
+}
+
+void optionalText(JsonWriter& json, std::string_view key, const std::optional<QString>& value)
+{
+    if (value)
+        json.key(key).string(*value);
+}
+
+void stringArray(JsonWriter& json, const QStringList& values)
+{
+    json.beginArray();
+    for (const QString& value : values)
+        json.string(value);
+    json.endArray();
+}
+
+void chartValues(JsonWriter& json, const OptionalValues& values)
+{
+    json.numberArray(values, JsonWriter::chartDigits);
+}
+
+void optionalStringColumn(
+    JsonWriter& json, std::string_view key, const std::optional<std::vector<std::optional<QString>>>& column)
+{
+    if (!column)
+        return;
+    json.key(key).beginArray();
+    for (const auto& value : *column)
+        json.optionalString(value);
+    json.endArray();
+}
+
+void boolColumn(JsonWriter& json, const std::vector<bool>& column)
+{
+    json.beginArray();
+    for (const bool value : column)
+        json.boolean(value);
+    json.endArray();
+}
+
+void writeSeries(JsonWriter& json, const TickerSeries& series)
+{
+    json.beginObject();
+    json.key("ticker").string(series.ticker);
+    json.key("dates").integerArray(series.dates);
+    json.key("performance");
+    chartValues(json, series.performance);
+    if (series.adjClose) {
+        json.key("adjClose");
+        chartValues(json, *series.adjClose);
+    }
+    json.endObject();
+}
+
+void writeRanking(JsonWriter& json, const TickerRanking& ranking)
+{
+    json.beginObject();
+    json.key("ticker").string(ranking.ticker);
+    optionalMetric(json, "cagr", ranking.cagr);
+    optionalMetric(json, "volatility", ranking.volatility);
+    optionalMetric(json, "net_return", ranking.netReturn);
+    optionalMetric(json, "sharpe_ratio", ranking.sharpeRatio);
+    optionalMetric(json, "period_max_drawdown", ranking.periodMaxDrawdown);
+    optionalText(json, "start_date", ranking.startDate);
+    optionalMetric(json, "end_value", ranking.endValue);
+    optionalMetric(json, "market_cap", ranking.marketCap);
+    if (ranking.presetReturns) {
+        json.key("preset_returns").beginObject();
+        for (const auto& [preset, value] : *ranking.presetReturns)
+            json.key(preset.toStdString()).optionalNumber(value);
+        json.endObject();
+    }
+    json.endObject();
+}
+
+} // namespace
+
+QByteArray encodePricesResponse(const PricesResponse& response)
+{
+    qsizetype points = 0;
+    for (const TickerSeries& series : response.series)
+        points += static_cast<qsizetype>(series.dates.size());
+    JsonWriter json(points * 40 + static_cast<qsizetype>(response.rankings.size()) * 700 + 512);
+
+    json.beginObject();
+    json.key("range").beginObject();
+    json.key("actual_start").string(response.range.actualStart);
+    json.key("actual_end").string(response.range.actualEnd);
+    json.key("interval").string(response.range.interval);
+    json.endObject();
+
+    json.key("series").beginArray();
+    for (const TickerSeries& series : response.series)
+        writeSeries(json, series);
+    json.endArray();
+
+    json.key("rankings").beginArray();
+    for (const TickerRanking& ranking : response.rankings)
+        writeRanking(json, ranking);
+    json.endArray();
+
+    if (response.skippedTickers) {
+        json.key("skipped_tickers");
+        stringArray(json, *response.skippedTickers);
+    }
+    if (response.dataFreshness) {
+        json.key("data_freshness").beginObject();
+        optionalText(json, "latest_historical_timestamp", response.dataFreshness->latestHistoricalTimestamp);
+        optionalText(json, "latest_live_timestamp", response.dataFreshness->latestLiveTimestamp);
+        json.endObject();
+    }
+    optionalText(json, "data_source", response.dataSource);
+    json.endObject();
+    return json.take();
+}
+
+TickersResponse tickersResponse(const std::vector<TickerInfo>& universe, DataSource source)
+{
+    TickersResponse response;
+    auto& columns = response.tickers;
+    columns.isFund.emplace();
+    columns.marketCaps.emplace();
+    columns.sectors.emplace();
+    columns.industries.emplace();
+    columns.exchanges.emplace();
+    const auto count = universe.size();
+    columns.tickers.reserve(static_cast<qsizetype>(count));
+    columns.companyNames.reserve(count);
+    for (const TickerInfo& info : universe) {
+        columns.tickers.append(info.symbol);
+        columns.companyNames.emplace_back(info.name.isEmpty() ? std::nullopt : std::optional<QString>(info.name));
+        columns.isEtf.push_back(info.isEtf);
+        columns.isFund->push_back(info.isFund);
+        columns.marketCaps->push_back(info.marketCap);
+        columns.sectors->push_back(info.sector);
+        columns.industries->push_back(info.industry);
+        columns.exchanges->push_back(info.exchange);
+    }
+    response.dataSource = dataSourceName(source);
+    return response;
+}
+
+QByteArray encodeTickersResponse(const TickersResponse& response)
+{
+    const auto& columns = response.tickers;
+    JsonWriter json(columns.tickers.size() * 120 + 256);
+    json.beginObject();
+    json.key("tickers").beginObject();
+    json.key("tickers");
+    stringArray(json, columns.tickers);
+    json.key("companyNames").beginArray();
+    for (const auto& name : columns.companyNames)
+        json.optionalString(name);
+    json.endArray();
+    json.key("isEtf");
+    boolColumn(json, columns.isEtf);
+    if (columns.isFund) {
+        json.key("isFund");
+        boolColumn(json, *columns.isFund);
+    }
+    if (columns.marketCaps) {
+        json.key("marketCaps").beginArray();
+        for (const auto& cap : *columns.marketCaps)
+            json.optionalNumber(cap);
+        json.endArray();
+    }
+    optionalStringColumn(json, "sectors", columns.sectors);
+    optionalStringColumn(json, "industries", columns.industries);
+    optionalStringColumn(json, "exchanges", columns.exchanges);
+    json.endObject();
+    optionalText(json, "data_source", response.dataSource);
+    json.endObject();
+    return json.take();
+}
+
+QByteArray encodeRelatedResponse(const RelatedResponse& response)
+{
+    JsonWriter json(static_cast<qsizetype>(response.related.size()) * 300 + 64);
+    json.beginObject();
+    optionalText(json, "label", response.label);
+    json.key("related").beginArray();
+    for (const RelatedTicker& related : response.related) {
+        json.beginObject();
+        json.key("ticker").string(related.ticker);
+        optionalText(json, "name", related.name);
+        json.key("kind").string(related.kind);
+        optionalText(json, "label", related.label);
+        json.key("reason").string(related.reason);
+        optionalText(json, "detail", related.detail);
+        optionalText(json, "category", related.category);
+        optionalText(json, "subcategory", related.subcategory);
+        if (related.groups) {
+            json.key("groups");
+            stringArray(json, *related.groups);
+        }
+        if (related.sharedThemes) {
+            json.key("shared_themes");
+            stringArray(json, *related.sharedThemes);
+        }
+        json.endObject();
+    }
+    json.endArray();
+    json.endObject();
+    return json.take();
+}
+
+QByteArray encodeErrorBody(const QString& message)
+{
+    JsonWriter json;
+    json.beginObject().key("error").string(message).endObject();
+    return json.take();
+}
+
+} // namespace tessary::server

@@ -1,0 +1,121 @@
+// tessary-server: serves the market data over HTTP and imports real prices into its store.
+
+#include "TessaryServer/CommandLine.h"
+#include "TessaryServer/Data/Data.h"
+#include "TessaryServer/Http/ServerEngine.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+using namespace tessary::server;
+
+namespace {
+
+int signalPipe[2] = { -1, -1 };
+
+void onStopSignal(int)
+{
+    const char byte = 1;
+    // Only async-signal-safe work here: the event loop reads the pipe and quits.
+    [[maybe_unused]] const auto written = ::write(signalPipe[1], &byte, 1);
+}
+
+void printLine(std::FILE* stream, const QString& line)
+{
+    std::fputs(line.toLocal8Bit().constData(), stream);
+    std::fputc('\n', stream);
+    std::fflush(stream);
+}
+
+void printProblem(const QString& line)
+{
+    printLine(stderr, QStringLiteral("tessary-server: ") + line);
+}
+
+bool installStopSignals()
+{
+    if (::pipe(signalPipe) != 0)
+        return false;
+    struct sigaction action = {};
+    action.sa_handler = onStopSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    return sigaction(SIGINT, &action, nullptr) == 0 && sigaction(SIGTERM, &action, nullptr) == 0;
+}
+
+int serve(const ServeCommand& command)
+{
+    if (!installStopSignals()) {
+        printProblem(QStringLiteral("cannot install the signal handlers"));
+        return 1;
+    }
+    QSocketNotifier stopNotifier(signalPipe[0], QSocketNotifier::Read);
+    QObject::connect(&stopNotifier, &QSocketNotifier::activated, qApp, [] { QCoreApplication::quit(); });
+
+    ServerEngine engine;
+    int status = 0;
+    QObject::connect(&engine, &ServerEngine::started, qApp,
+        [](const QUrl& url) { printLine(stdout, QStringLiteral("listening on ") + url.toString()); });
+    QObject::connect(&engine, &ServerEngine::failed, qApp, [&status](const QString& message) {
+        printProblem(message);
+        status = 1;
+        QCoreApplication::quit();
+    });
+    int lastPercent = -1;
+    QObject::connect(&engine, &ServerEngine::progress, qApp, [&lastPercent](double fraction, const QString& stage) {
+        // Progress goes to stderr so the first line of stdout stays the listening address.
+        const int percent = static_cast<int>(fraction * 100);
+        if (percent / 10 != lastPercent / 10 && percent < 100)
+            printLine(stderr, QStringLiteral("%1… %2%").arg(stage).arg(percent));
+        lastPercent = percent;
+    });
+    engine.start(command.options);
+    QCoreApplication::exec();
+    engine.stop();
+    return status;
+}
+
+int runImport(const QString& directory, const std::function<ImportReport(MarketDatabase&)>& import)
+{
+    auto database = MarketDatabase::open(directory);
+    if (!database) {
+        printProblem(database.error().description());
+        return 1;
+    }
+    const ImportReport report = import(**database);
+    for (const QString& line : report.lines())
+        printLine(report.succeeded() ? stdout : stderr, line);
+    return report.succeeded() ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("tessary-server"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TESSARY_VERSION));
+
+    const auto command = parseCommandLine(QCoreApplication::arguments().mid(1));
+    if (!command) {
+        printProblem(command.error().description() + QStringLiteral(" (see tessary-server --help)"));
+        return 2;
+    }
+    if (std::holds_alternative<HelpCommand>(*command)) {
+        std::fputs(usageText().toLocal8Bit().constData(), stdout);
+        return 0;
+    }
+    if (const auto* serveCommand = std::get_if<ServeCommand>(&*command))
+        return serve(*serveCommand);
+    if (const auto* prices = std::get_if<ImportPricesCommand>(&*command)) {
+        return runImport(prices->dataDirectory,
+            [prices](MarketDatabase& database) { return importPrices(database, prices->paths); });
+    }
+    const auto& universe = std::get<ImportUniverseCommand>(*command);
+    return runImport(universe.dataDirectory,
+        [&universe](MarketDatabase& database) { return importUniverse(database, universe.file); });
+}

@@ -1,0 +1,215 @@
+#include "TessaryServer/CommandLine.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+using namespace tessary::server;
+
+namespace {
+
+const QString executable = QStringLiteral(TESSARY_SERVER_EXECUTABLE);
+
+// One line that says what a parsed command holds, so a table can compare it.
+QString summary(const Command& command)
+{
+    if (std::holds_alternative<HelpCommand>(command))
+        return QStringLiteral("help");
+    if (const auto* serve = std::get_if<ServeCommand>(&command)) {
+        const ServerOptions& options = serve->options;
+        return QStringLiteral("serve %1 %2 %3%4")
+            .arg(options.host)
+            .arg(options.port)
+            .arg(options.dataDirectory == defaultDataDirectory() ? QStringLiteral("default") : options.dataDirectory)
+            .arg(options.demo ? QString() : QStringLiteral(" no-demo"));
+    }
+    if (const auto* prices = std::get_if<ImportPricesCommand>(&command))
+        return QStringLiteral("prices %1 %2").arg(prices->dataDirectory, prices->paths.join(u'|'));
+    const auto& universe = std::get<ImportUniverseCommand>(command);
+    return QStringLiteral("universe %1 %2").arg(universe.dataDirectory, universe.file);
+}
+
+struct Finished {
+    int exitCode = -1;
+    QStringList out;
+    QStringList err;
+};
+
+Finished run(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(executable, arguments);
+    if (!process.waitForFinished(60'000))
+        qWarning("tessary-server %s did not finish", qPrintable(arguments.join(u' ')));
+    const auto lines
+        = [](const QByteArray& bytes) { return QString::fromUtf8(bytes).split(u'\n', Qt::SkipEmptyParts); };
+    return Finished { process.exitCode(), lines(process.readAllStandardOutput()),
+        lines(process.readAllStandardError()) };
+}
+
+void writeFile(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(content);
+}
+
+} // namespace
+
+class ServerCommandLineTests : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void parse_data();
+    void parse();
+    void failuresExitNonZeroWithOneLine_data();
+    void failuresExitNonZeroWithOneLine();
+    void helpDocumentsEveryCommand();
+    void importThenServeUntilSignalled_data();
+    void importThenServeUntilSignalled();
+};
+
+void ServerCommandLineTests::parse_data()
+{
+    QTest::addColumn<QString>("arguments"); // split at spaces
+    QTest::addColumn<QString>("expected"); // summary, or "error: " and the message
+
+    QTest::newRow("serve defaults") << "serve"
+                                    << "serve 127.0.0.1 0 default";
+    QTest::newRow("serve with everything") << "serve --host 0.0.0.0 --port 8080 --data-dir /tmp/d --no-demo"
+                                           << "serve 0.0.0.0 8080 /tmp/d no-demo";
+    QTest::newRow("option=value") << "serve --port=9 --data-dir=/x"
+                                  << "serve 127.0.0.1 9 /x";
+    QTest::newRow("help anywhere") << "import prices --help"
+                                   << "help";
+    QTest::newRow("import prices") << "import prices a.csv --data-dir /d dir"
+                                   << "prices /d a.csv|dir";
+    QTest::newRow("import universe") << "import universe --data-dir /d u.csv"
+                                     << "universe /d u.csv";
+    QTest::newRow("nothing") << ""
+                             << "error: no command given (serve or import)";
+    QTest::newRow("unknown command") << "run"
+                                     << "error: unknown command \"run\" (serve or import)";
+    QTest::newRow("port out of range") << "serve --port 70000"
+                                       << "error: --port must be a number from 0 to 65535, not \"70000\"";
+    QTest::newRow("port missing") << "serve --port"
+                                  << "error: --port needs a value";
+    QTest::newRow("flag with a value") << "serve --no-demo=yes"
+                                       << "error: --no-demo takes no value";
+    QTest::newRow("unknown serve option") << "serve --verbose"
+                                          << "error: serve: unknown argument \"--verbose\"";
+    QTest::newRow("import without kind") << "import"
+                                         << "error: import needs \"prices\" or \"universe\"";
+    QTest::newRow("import of something else") << "import bonds x"
+                                              << "error: import: unknown kind \"bonds\" (prices or universe)";
+    QTest::newRow("prices without paths") << "import prices --data-dir /d"
+                                          << "error: import prices needs at least one file or directory";
+    QTest::newRow("universe with two files") << "import universe a.csv b.csv"
+                                             << "error: import universe needs exactly one file";
+}
+
+void ServerCommandLineTests::parse()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QString, expected);
+    const auto command = parseCommandLine(arguments.split(u' ', Qt::SkipEmptyParts));
+    QCOMPARE(command ? summary(*command) : QStringLiteral("error: ") + command.error().description(), expected);
+}
+
+void ServerCommandLineTests::failuresExitNonZeroWithOneLine_data()
+{
+    QTest::addColumn<QString>("line"); // arguments, split at spaces
+    QTest::addColumn<QString>("message"); // a part of the one line on stderr
+
+    QTest::newRow("usage error") << "serve --port x"
+                                 << "--port must be a number";
+    QTest::newRow("missing price file") << "import prices DATA/missing.csv"
+                                        << "missing.csv";
+    QTest::newRow("missing universe file") << "import universe DATA/none.csv"
+                                           << "none.csv";
+    QTest::newRow("host that is not an address") << "serve --no-demo --host nowhere.invalid"
+                                                 << "not an IP address: nowhere.invalid";
+}
+
+void ServerCommandLineTests::failuresExitNonZeroWithOneLine()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, message);
+    QStringList arguments = line.split(u' ', Qt::SkipEmptyParts);
+    QTemporaryDir data;
+    for (QString& argument : arguments)
+        argument.replace(QStringLiteral("DATA"), data.path());
+    arguments << QStringLiteral("--data-dir") << data.path();
+    const Finished finished = run(arguments);
+    QVERIFY(finished.exitCode != 0);
+    QVERIFY(finished.out.isEmpty());
+    QCOMPARE(finished.err.size(), 1);
+    QVERIFY2(finished.err.front().contains(message), qPrintable(finished.err.front()));
+}
+
+void ServerCommandLineTests::helpDocumentsEveryCommand()
+{
+    const Finished finished = run({ QStringLiteral("--help") });
+    QCOMPARE(finished.exitCode, 0);
+    const QString text = finished.out.join(u'\n');
+    for (const char* part : { "tessary-server serve [--host 127.0.0.1] [--port N] [--data-dir DIR] [--no-demo]",
+             "tessary-server import prices [--data-dir DIR] PATH...",
+             "tessary-server import universe [--data-dir DIR] FILE", "SIGTERM" })
+        QVERIFY2(text.contains(QLatin1StringView(part)), part);
+}
+
+void ServerCommandLineTests::importThenServeUntilSignalled_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("SIGTERM") << SIGTERM;
+    QTest::newRow("SIGINT") << SIGINT;
+}
+
+void ServerCommandLineTests::importThenServeUntilSignalled()
+{
+    QFETCH(int, signal);
+    QTemporaryDir data;
+    const QString csv = data.filePath(QStringLiteral("BRK.B.csv"));
+    writeFile(csv, "date,close,adjusted_close,dividend,split\n2021-01-04,100,90,0,1\n2021-01-05,110,99,0,1\n");
+    const Finished imported = run({ QStringLiteral("import"), QStringLiteral("prices"), QStringLiteral("--data-dir"),
+        data.filePath(QStringLiteral("store")), csv });
+    QCOMPARE(imported.exitCode, 0);
+
+    QProcess server;
+    server.start(executable,
+        { QStringLiteral("serve"), QStringLiteral("--no-demo"), QStringLiteral("--data-dir"),
+            data.filePath(QStringLiteral("store")) });
+    QVERIFY(server.waitForStarted(10'000));
+    QTRY_VERIFY_WITH_TIMEOUT(server.canReadLine(), 30'000);
+    const QString first = QString::fromUtf8(server.readLine()).trimmed();
+    const auto match = QRegularExpression(QStringLiteral("^listening on http://127\\.0\\.0\\.1:(\\d+)$")).match(first);
+    QVERIFY2(match.hasMatch(), qPrintable(first));
+
+    QNetworkAccessManager network;
+    std::unique_ptr<QNetworkReply> reply(network.get(
+        QNetworkRequest(QUrl(QStringLiteral("http://127.0.0.1:%1/prices?tickers=brk.b&start=2021-01-01&end=2021-01-31")
+                                 .arg(match.captured(1))))));
+    QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+    QVERIFY(finished.wait(10'000));
+    QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 200);
+    const QJsonObject body = QJsonDocument::fromJson(reply->readAll()).object();
+    QCOMPARE(body[u"data_source"].toString(), QStringLiteral("imported"));
+    QCOMPARE(body[u"rankings"][0][u"ticker"].toString(), QStringLiteral("BRK.B"));
+    QCOMPARE(body[u"rankings"][0][u"net_return"].toDouble(), 0.1);
+
+    ::kill(static_cast<pid_t>(server.processId()), signal);
+    QVERIFY(server.waitForFinished(10'000));
+    QCOMPARE(server.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(server.exitCode(), 0);
+}
+
+QTEST_GUILESS_MAIN(ServerCommandLineTests)
+#include "tst_ServerCommandLine.moc"
