@@ -57,11 +57,12 @@ Store::~Store() = default;
 
 QString Store::defaultDataDirectory()
 {
-    // AppDataLocation already ends in the application name ("…/Tessary").
-    QString location = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-    if (location.isEmpty())
-        location = QDir::home().filePath(QStringLiteral(".local/share/Tessary"));
-    return location;
+    // "~/.local/share/Tessary" whatever organisation name the application object carries;
+    // the standalone server keeps its database in "server" below the same folder.
+    QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (base.isEmpty())
+        base = QDir::home().filePath(QStringLiteral(".local/share"));
+    return QDir(base).filePath(QStringLiteral("Tessary"));
 }
 
 QString Store::listsFile() const

@@ -114,7 +114,9 @@ public:
 
     // Loading. Until a service is connected nothing is requested and `isLoading` stays true
     // for a selected list, so the window shows progress instead of an error.
-    void connectService(const QUrl& marketData, const QUrl& web);
+    // `loadInBackground` also fetches the universe and catalog and loads the selection; a
+    // one-off command that only asks for one comparison leaves it off.
+    void connectService(const QUrl& marketData, const QUrl& web, bool loadInBackground = true);
     bool isServiceConnected() const { return m_client.has_value(); }
     const std::optional<APIClient>& client() const { return m_client; }
     // Fetches the universe and the curated catalog in the background.

@@ -51,11 +51,13 @@ QString Store::selectedBenchmark() const
     return QString::fromLatin1(defaultBenchmark);
 }
 
-void Store::connectService(const QUrl& marketData, const QUrl& web)
+void Store::connectService(const QUrl& marketData, const QUrl& web, bool loadInBackground)
 {
     m_client.emplace(marketData, m_network);
     m_web = web;
     Q_EMIT serviceConnected();
+    if (!loadInBackground)
+        return;
     start();
     refresh();
 }

@@ -114,7 +114,7 @@ QWidget* ChartArea::buildWelcome()
     title->setText(welcomeTitle);
     auto* text = wrappingLabel(page);
     text->setText(welcomeText);
-    text->setMaximumWidth(520);
+    text->setFixedWidth(520);
     auto* create = new QPushButton(QStringLiteral("+  ") + newListText, page);
     create->setObjectName(QStringLiteral("welcomeNewList"));
     create->setDefault(true);
@@ -164,6 +164,12 @@ void ChartArea::setServiceProgress(const QString& text, int percent)
     refresh();
 }
 
+void ChartArea::setServiceFailure(const QString& message)
+{
+    m_serviceFailure = message;
+    refresh();
+}
+
 QString ChartArea::headline() const
 {
     return m_state == State::chart ? QString() : (m_state == State::welcome ? welcomeTitle : m_headline->text());
@@ -196,7 +202,9 @@ void ChartArea::refresh()
     const auto& error = m_store.loadError();
 
     if (!comparison) {
-        if (m_store.isLoading() || !m_store.isServiceConnected()) {
+        if (!m_serviceFailure.isEmpty()) {
+            showMessage(State::error, loadFailedTitle, m_serviceFailure);
+        } else if (m_store.isLoading() || !m_store.isServiceConnected()) {
             const bool preparing = !m_store.isServiceConnected() && !m_serviceProgress.isEmpty();
             showMessage(State::loading, preparing ? m_serviceProgress : loadingText, QString());
             m_progress->setRange(0, preparing && m_servicePercent >= 0 ? 100 : 0);

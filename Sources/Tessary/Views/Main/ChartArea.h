@@ -30,6 +30,8 @@ public:
     QLabel* noticeLabel() const { return m_notice; }
     // Progress of the service itself (the embedded demo market being prepared).
     void setServiceProgress(const QString& text, int percent);
+    // The service could not start: nothing will load, so say why instead of waiting.
+    void setServiceFailure(const QString& message);
 
 private:
     void refresh();
@@ -52,6 +54,7 @@ private:
     QString m_lateStartDay;
     QString m_serviceProgress;
     int m_servicePercent = -1;
+    QString m_serviceFailure;
 };
 
 } // namespace tessary

@@ -124,7 +124,8 @@ QWidget* MainWindow::buildHeader()
     m_dataSourceBadge->setToolTip(simulatedTip);
     m_dataSourceBadge->setStyleSheet(QStringLiteral(
         "QLabel { color: #8a5a00; background: #fff4d6; border: 1px solid #e8c66a; border-radius: 9px; padding: 2px 9px; }"));
-    layout->addWidget(m_dataSourceBadge);
+    m_dataSourceBadge->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    layout->addWidget(m_dataSourceBadge, 0, Qt::AlignVCenter);
 
     m_saveAsMine = new QPushButton(saveAsMineText, header);
     m_saveAsMine->setObjectName(QStringLiteral("saveAsMine"));

@@ -1,0 +1,289 @@
+#include "CompareCommand.h"
+
+#include "ServiceLauncher.h"
+
+#include "Tessary/Model/DateLabel.h"
+#include "Tessary/Model/Format.h"
+#include "Tessary/Model/MarketTime.h"
+#include "Tessary/Model/RankSort.h"
+#include "Tessary/Shell/Json.h"
+#include "Tessary/Store/Store.h"
+
+#include <QCoreApplication>
+#include <QCoroTask>
+#include <QJsonValue>
+
+#include <cstdio>
+
+namespace tessary {
+
+namespace {
+
+const QString simulatedNote =
+    QStringLiteral("Note: these prices are simulated by the built-in demo market; they are not real quotes.");
+const QString missingValue = QStringLiteral("NA");
+
+void printLine(std::FILE* stream, const QString& text)
+{
+    std::fputs(text.toUtf8().constData(), stream);
+    std::fputc('\n', stream);
+    std::fflush(stream);
+}
+
+int fail(const QString& message)
+{
+    printLine(stderr, QStringLiteral("tessary compare: ") + message);
+    return 1;
+}
+
+QString cell(const RankRow& row, RankColumn column)
+{
+    const auto value = rankValue(row, column);
+    if (column == RankColumn::ticker)
+        return row.ticker;
+    if (!value)
+        return missingValue;
+    switch (column) {
+    case RankColumn::price: return Format::price(value);
+    case RankColumn::marketCap: return Format::marketCap(value);
+    case RankColumn::sharpe: return Format::ratio(value);
+    case RankColumn::netReturn:
+    case RankColumn::vsBenchmark: return Format::percent(value, true);
+    default: return Format::percent(value);
+    }
+}
+
+std::vector<RankRow> orderedRows(const Comparison& comparison)
+{
+    return sortRankRows(rowsWithBenchmark(comparison.rows, comparison.benchmarkRow), RankColumn::netReturn, false);
+}
+
+std::optional<double> lastPointDate(const Comparison& comparison)
+{
+    std::optional<double> last;
+    for (const ChartSeries& series : comparison.series) {
+        if (!series.points.empty())
+            last = std::max(last.value_or(series.points.back().date), series.points.back().date);
+    }
+    return last;
+}
+
+QCoro::Task<int> compare(Store& store, CompareRequest request)
+{
+    QStringList tickers = request.symbols;
+    QString benchmark = request.benchmark.value_or(QString::fromLatin1(defaultBenchmark));
+    ListPeriod period = request.period.value_or(ListPeriod{});
+    if (request.listName) {
+        const ComparisonList* found = nullptr;
+        for (const ComparisonList& list : store.lists()) {
+            if (list.name.compare(*request.listName, Qt::CaseInsensitive) == 0)
+                found = &list;
+        }
+        if (!found)
+            co_return fail(QStringLiteral("no saved list is named “%1”").arg(*request.listName));
+        tickers = found->tickers;
+        benchmark = request.benchmark.value_or(found->benchmark);
+        period = request.period.value_or(found->period());
+        if (tickers.isEmpty())
+            co_return fail(QStringLiteral("the list “%1” is empty").arg(found->name));
+    }
+
+    const auto comparison = co_await store.fetchComparison(tickers, benchmark, period);
+    if (!comparison)
+        co_return fail(comparison.error().description());
+    if (comparison->rows.empty() && comparison->series.empty())
+        co_return fail(QStringLiteral("No price data for ") + tickers.join(QStringLiteral(", ")));
+    if (request.json)
+        printLine(stdout, QString::fromUtf8(formatCompareJson(*comparison)));
+    else
+        printLine(stdout, formatCompareTable(*comparison, benchmark, period));
+    co_return 0;
+}
+
+} // namespace
+
+QString compareUsage()
+{
+    return QStringLiteral(
+        "usage: tessary compare SYMBOL... [--benchmark SYM] [--period PRESET|SCENARIO_ID|START..END] [--json]\n"
+        "       tessary compare --list NAME [--benchmark SYM] [--period ...] [--json]\n"
+        "Prints the rankings of the tickers over the period (default 1Y, against SPY). Dates are yyyy-MM-dd;\n"
+        "START.. runs up to today. Uses TESSARY_API when set, otherwise the built-in demo market service.");
+}
+
+std::expected<ListPeriod, QString> parsePeriodArgument(const QString& text)
+{
+    if (const auto preset = Timeframes::fromRawValue(text.toUpper()))
+        return ListPeriod::forPreset(*preset);
+    if (const Scenario* scenario = Scenario::find(text))
+        return ListPeriod::forScenario(*scenario);
+    const qsizetype dots = text.indexOf(QStringLiteral(".."));
+    if (dots > 0) {
+        const QString start = text.left(dots);
+        const QString end = text.mid(dots + 2);
+        if (!DateLabel::parse(start) || (!end.isEmpty() && !DateLabel::parse(end)))
+            return std::unexpected(QStringLiteral("dates in a range are written yyyy-MM-dd: “%1”").arg(text));
+        if (!end.isEmpty() && end < start)
+            return std::unexpected(QStringLiteral("the range “%1” ends before it starts").arg(text));
+        return ListPeriod::forRange(start, end.isEmpty() ? std::nullopt : std::optional(end));
+    }
+    return std::unexpected(QStringLiteral("unknown period “%1”: use a preset such as 1Y, a scenario id, or START..END").arg(text));
+}
+
+std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& arguments)
+{
+    CompareRequest request;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        const auto value = [&]() -> std::optional<QString> {
+            if (i + 1 >= arguments.size())
+                return std::nullopt;
+            return arguments[++i];
+        };
+        if (argument == QStringLiteral("--json")) {
+            request.json = true;
+        } else if (argument == QStringLiteral("--benchmark") || argument == QStringLiteral("--period") ||
+                   argument == QStringLiteral("--list")) {
+            const auto given = value();
+            if (!given || given->trimmed().isEmpty())
+                return std::unexpected(argument + QStringLiteral(" needs a value"));
+            if (argument == QStringLiteral("--benchmark")) {
+                request.benchmark = given->trimmed().toUpper();
+            } else if (argument == QStringLiteral("--list")) {
+                request.listName = given->trimmed();
+            } else {
+                auto period = parsePeriodArgument(given->trimmed());
+                if (!period)
+                    return std::unexpected(period.error());
+                request.period = *period;
+            }
+        } else if (argument.startsWith(QStringLiteral("--"))) {
+            return std::unexpected(QStringLiteral("unknown option ") + argument);
+        } else {
+            for (const QString& piece : argument.split(u',', Qt::SkipEmptyParts)) {
+                const QString symbol = piece.trimmed().toUpper();
+                if (!symbol.isEmpty() && !request.symbols.contains(symbol))
+                    request.symbols.append(symbol);
+            }
+        }
+    }
+    if (request.listName && !request.symbols.isEmpty())
+        return std::unexpected(QStringLiteral("give ticker symbols or --list NAME, not both"));
+    if (!request.listName && request.symbols.isEmpty())
+        return std::unexpected(QStringLiteral("give at least one ticker symbol, or --list NAME"));
+    if (request.symbols.size() > maxTickersPerList)
+        return std::unexpected(QStringLiteral("a comparison holds at most %1 tickers; %2 were given")
+                                   .arg(maxTickersPerList)
+                                   .arg(request.symbols.size()));
+    return request;
+}
+
+QString formatCompareTable(const Comparison& comparison, const QString& benchmark, const ListPeriod& period)
+{
+    const auto rows = orderedRows(comparison);
+    constexpr int columnCount = static_cast<int>(RankColumn::count);
+    std::vector<QStringList> table;
+    QStringList headings;
+    for (int c = 0; c < columnCount; ++c)
+        headings.append(rankColumnHeading(static_cast<RankColumn>(c), benchmark));
+    table.push_back(headings);
+    for (const RankRow& row : rows) {
+        QStringList cells;
+        for (int c = 0; c < columnCount; ++c)
+            cells.append(cell(row, static_cast<RankColumn>(c)));
+        if (row.incomplete)
+            cells[0] += u'*';
+        table.push_back(cells);
+    }
+    std::vector<qsizetype> widths(columnCount, 0);
+    for (const QStringList& line : table) {
+        for (int c = 0; c < columnCount; ++c)
+            widths[c] = std::max(widths[c], line[c].size());
+    }
+
+    QStringList out;
+    QString covered = period.label();
+    const auto last = lastPointDate(comparison);
+    if (comparison.start.isValid() && last) {
+        const bool intraday = comparison.interval.endsWith(QStringLiteral("min")) || comparison.interval.endsWith(u'h');
+        const auto day = [&](const QDateTime& instant) {
+            return DateLabel::display(intraday ? MarketTime::dateOf(instant) : instant.toUTC().date());
+        };
+        covered += QStringLiteral(": %1 to %2").arg(day(comparison.start),
+                                                     day(QDateTime::fromMSecsSinceEpoch(qint64(*last * 1000), QTimeZone::utc())));
+    }
+    out.append(QStringLiteral("%1 against %2 · %3").arg(rows.size()).arg(benchmark, covered));
+    out.append(QString());
+    for (std::size_t r = 0; r < table.size(); ++r) {
+        QStringList padded;
+        for (int c = 0; c < columnCount; ++c)
+            padded.append(c == 0 ? table[r][c].leftJustified(widths[c]) : table[r][c].rightJustified(widths[c]));
+        out.append(padded.join(QStringLiteral("  ")));
+    }
+    if (std::any_of(rows.begin(), rows.end(), [](const RankRow& row) { return row.incomplete; }))
+        out.append(QStringLiteral("* data starts after the period begins; listed last."));
+    if (!comparison.skipped.isEmpty())
+        out.append(QStringLiteral("Skipped (unknown to the service): ") + comparison.skipped.join(QStringLiteral(", ")));
+    if (comparison.dataSource == QStringLiteral("simulated"))
+        out.append(simulatedNote);
+    return out.join(u'\n');
+}
+
+QByteArray formatCompareJson(const Comparison& comparison)
+{
+    QList<QByteArray> objects;
+    for (const RankRow& row : orderedRows(comparison)) {
+        OrderedJsonWriter writer;
+        writer.add(u"ticker", row.ticker);
+        const auto add = [&](QStringView key, const std::optional<double>& value) {
+            if (value)
+                writer.add(key, *value);
+        };
+        add(u"netReturn", row.netReturn);
+        add(u"vsBenchmark", row.vsBenchmark);
+        add(u"cagr", row.cagr);
+        add(u"volatility", row.volatility);
+        add(u"sharpe", row.sharpe);
+        add(u"maxDrawdown", row.maxDrawdown);
+        add(u"price", row.price);
+        add(u"marketCap", row.marketCap);
+        if (row.startDate)
+            writer.add(u"startDate", MarketTime::formatDate(*row.startDate));
+        writer.add(u"incomplete", row.incomplete);
+        objects.append(writer.finish());
+    }
+    return joinJsonArray(objects);
+}
+
+int runCompareCommand(const QStringList& arguments)
+{
+    if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
+        printLine(stdout, compareUsage());
+        return 0;
+    }
+    const auto request = parseCompareArguments(arguments);
+    if (!request)
+        return fail(request.error());
+    const auto environment = Environment::read();
+    if (!environment)
+        return fail(environment.error().description());
+
+    Store store(Store::Options{environment->dataDir.value_or(QString()), nullptr, {}, nullptr});
+    ServiceLauncher launcher(store, *environment);
+    int status = 1;
+    QObject::connect(&launcher, &ServiceLauncher::failed, qApp, [&](const QString& message) {
+        status = fail(message);
+        QCoreApplication::exit(status);
+    });
+    QObject::connect(&launcher, &ServiceLauncher::ready, qApp, [&] {
+        QCoro::connect(compare(store, *request), qApp, [&](int result) {
+            status = result;
+            QCoreApplication::exit(result);
+        });
+    });
+    launcher.start(false);
+    QCoreApplication::exec();
+    return status;
+}
+
+} // namespace tessary

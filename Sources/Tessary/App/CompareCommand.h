@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Tessary/Model/Comparison.h"
+#include "Tessary/Model/ListPeriod.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <expected>
+#include <optional>
+
+namespace tessary {
+
+// `tessary compare`: the rankings of a few tickers, or of a saved list, printed to the
+// terminal (or as JSON for scripts), through the same store, client and assembly as the
+// window.
+struct CompareRequest {
+    QStringList symbols;
+    std::optional<QString> listName;
+    std::optional<QString> benchmark;
+    std::optional<ListPeriod> period;
+    bool json = false;
+};
+
+// Reads the arguments after "compare".
+std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& arguments);
+// "1Y", a scenario id, or "START..END" (END may be left out: up to today).
+std::expected<ListPeriod, QString> parsePeriodArgument(const QString& text);
+
+QString compareUsage();
+// The table, the period covered, skipped tickers and a note on simulated data.
+QString formatCompareTable(const Comparison& comparison, const QString& benchmark, const ListPeriod& period);
+// An array of rows with the RankRow field names; fractions, absent values left out.
+QByteArray formatCompareJson(const Comparison& comparison);
+
+// Runs the whole command; returns the exit status. Needs a QCoreApplication.
+int runCompareCommand(const QStringList& arguments);
+
+} // namespace tessary
