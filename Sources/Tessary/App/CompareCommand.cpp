@@ -12,6 +12,7 @@
 #include <QCoreApplication>
 #include <QCoroTask>
 #include <QJsonValue>
+#include <QTimer>
 
 #include <cstdio>
 
@@ -281,7 +282,8 @@ int runCompareCommand(const QStringList& arguments)
             QCoreApplication::exit(result);
         });
     });
-    launcher.start(false);
+    // Started from the event loop: a request that fails at once must find a loop to end.
+    QTimer::singleShot(0, &launcher, [&launcher] { launcher.start(false); });
     QCoreApplication::exec();
     return status;
 }
