@@ -1,0 +1,230 @@
+#include "Support/FixtureServer.h"
+#include "Tessary/Store/StoreModule.h"
+#include "Tessary/Views/Chart/ChartFocus.h"
+#include "Tessary/Views/Chart/ChartView.h"
+#include "Tessary/Views/Main/ChartArea.h"
+#include "Tessary/Views/Main/LegendBar.h"
+#include "Tessary/Views/Main/MainWindow.h"
+#include "Tessary/Views/Main/PeriodBar.h"
+#include "Tessary/Views/Main/Sidebar.h"
+
+#include <QAbstractButton>
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+#include <QTreeWidget>
+#include <QUrlQuery>
+
+using namespace tessary;
+using test::FixtureServer;
+using test::ScriptedReply;
+
+namespace {
+
+constexpr qint64 day = 86'400'000;
+constexpr qint64 firstDay = 1'704'153'600'000; // 2024-01-02
+
+// AAPL and SPY from the first day; NVDA only from day 60, a late starter.
+QByteArray pricesBody()
+{
+    QStringList full;
+    QStringList late;
+    QStringList values;
+    QStringList lateValues;
+    for (int i = 0; i < 90; ++i) {
+        full.append(QString::number(firstDay + i * day));
+        values.append(QString::number(i * 0.001));
+        if (i >= 60) {
+            late.append(QString::number(firstDay + i * day));
+            lateValues.append(QString::number((i - 60) * 0.002));
+        }
+    }
+    const auto series = [](const char* ticker, const QStringList& dates, const QStringList& performance) {
+        return QStringLiteral(R"({"ticker":"%1","dates":[%2],"performance":[%3]})")
+            .arg(QLatin1StringView(ticker), dates.join(u','), performance.join(u','));
+    };
+    return QStringLiteral(R"({"range":{"actual_start":"2024-01-02","actual_end":"2024-03-31","interval":"1D"},"series":[%1,%2,%3],
+        "rankings":[{"ticker":"AAPL","net_return":0.089},{"ticker":"NVDA","net_return":0.058,"start_date":"2024-03-02"},
+        {"ticker":"SPY","net_return":0.089}],"data_source":"simulated"})")
+        .arg(series("AAPL", full, values), series("NVDA", late, lateValues), series("SPY", full, values))
+        .toUtf8();
+}
+
+int pricesRequests(const FixtureServer& server)
+{
+    return static_cast<int>(std::count_if(server.requests().begin(), server.requests().end(),
+                                          [](const auto& request) { return request.path == QStringLiteral("/prices"); }));
+}
+
+} // namespace
+
+class MainWindowTests : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void welcomeLeadsToAChart();
+    void pinnedTickersStayWithTheirList();
+    void lateStarterOfferSetsACustomRange();
+    void statesOfTheChartArea();
+    void menuShortcuts();
+    void periodBarFollowsTheSelection();
+
+private:
+    std::unique_ptr<Store> makeStore();
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<FixtureServer> m_server;
+    std::unique_ptr<Store> m_store;
+    std::unique_ptr<MainWindow> m_window;
+};
+
+void MainWindowTests::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    m_server = std::make_unique<FixtureServer>();
+    m_server->script(QStringLiteral("/prices"), ScriptedReply::json(pricesBody()));
+    m_store = makeStore();
+    m_window = std::make_unique<MainWindow>(*m_store);
+    m_window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+}
+
+void MainWindowTests::cleanup()
+{
+    m_window.reset();
+    m_store.reset();
+}
+
+std::unique_ptr<Store> MainWindowTests::makeStore()
+{
+    auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
+    auto store = std::make_unique<Store>(Store::Options{m_dir->filePath(QStringLiteral("data")), preferences, {}, nullptr});
+    store->connectService(m_server->baseUrl(), m_server->baseUrl(), false);
+    return store;
+}
+
+void MainWindowTests::welcomeLeadsToAChart()
+{
+    ChartArea* area = m_window->chartArea();
+    QCOMPARE(area->state(), ChartArea::State::welcome);
+    auto* create = m_window->findChild<QPushButton*>(QStringLiteral("welcomeNewList"));
+    QVERIFY(create);
+    QTest::mouseClick(create, Qt::LeftButton);
+    QCOMPARE(m_store->lists().size(), 1u);
+    QTRY_COMPARE(area->state(), ChartArea::State::chart);
+    QVERIFY(m_window->dataSourceBadge()->isVisible());
+    QVERIFY(m_window->sidebar()->itemForKey(SidebarItem::list(m_store->lists().front().id).key()));
+    QCOMPARE(m_window->chartView()->comparison().series.size(), 3u);
+}
+
+void MainWindowTests::pinnedTickersStayWithTheirList()
+{
+    const QUuid first = m_store->create(QStringLiteral("First"), {QStringLiteral("AAPL"), QStringLiteral("NVDA")});
+    QTRY_VERIFY(m_window->legend()->chip(QStringLiteral("NVDA")));
+    QTest::mouseClick(m_window->legend()->chip(QStringLiteral("NVDA")), Qt::LeftButton);
+    QCOMPARE(m_window->focus()->pinned(), QStringList{QStringLiteral("NVDA")});
+    QVERIFY(m_window->legend()->resetButton()->isVisible());
+
+    m_store->create(QStringLiteral("Second"), {QStringLiteral("AAPL")});
+    QVERIFY(m_window->focus()->pinned().isEmpty());
+    m_store->select(SidebarItem::list(first));
+    QCOMPARE(m_window->focus()->pinned(), QStringList{QStringLiteral("NVDA")});
+
+    // Escape over the chart clears them, and that is kept too.
+    m_window->chartView()->setFocus();
+    QTest::keyClick(m_window->chartView(), Qt::Key_Escape);
+    QVERIFY(m_window->focus()->pinned().isEmpty());
+    QTest::mouseClick(m_window->legend()->chip(QStringLiteral("AAPL")), Qt::LeftButton);
+
+    // A new store on the same directory: the list keeps its pin.
+    m_window.reset();
+    m_store = makeStore();
+    m_store->select(SidebarItem::list(first));
+    m_window = std::make_unique<MainWindow>(*m_store);
+    QCOMPARE(m_window->focus()->pinned(), QStringList{QStringLiteral("AAPL")});
+}
+
+void MainWindowTests::lateStarterOfferSetsACustomRange()
+{
+    m_store->create(QStringLiteral("Late"), {QStringLiteral("AAPL"), QStringLiteral("NVDA")});
+    QTRY_COMPARE(m_window->chartArea()->state(), ChartArea::State::chart);
+    QPushButton* offer = m_window->chartArea()->lateStartButton();
+    QVERIFY(offer->isVisible());
+    QCOMPARE(offer->text(), QStringLiteral("Start every ticker on Mar 2, 2024"));
+    const int before = pricesRequests(*m_server);
+    QTest::mouseClick(offer, Qt::LeftButton);
+    QCOMPARE(m_store->selectedPeriod().label(), QStringLiteral("Custom range"));
+    QCOMPARE(m_store->selectedPeriod().rangeStart, std::optional(QStringLiteral("2024-03-02")));
+    QTRY_COMPARE(pricesRequests(*m_server), before + 1);
+    const auto& last = m_server->requests().back();
+    QCOMPARE(QUrlQuery(QString::fromUtf8(last.query)).queryItemValue(QStringLiteral("start")), QStringLiteral("2024-03-02"));
+    QVERIFY(m_window->periodBar()->customRangeButton()->isChecked());
+}
+
+void MainWindowTests::statesOfTheChartArea()
+{
+    ChartArea* area = m_window->chartArea();
+    m_store->create(QStringLiteral("Empty"), {});
+    QCOMPARE(area->state(), ChartArea::State::empty);
+    QCOMPARE(area->headline(), QStringLiteral("This list is empty"));
+    QCOMPARE(area->detail(), QStringLiteral("Add tickers to start comparing"));
+
+    m_server->script(QStringLiteral("/prices"), ScriptedReply{500, "<html>down</html>", "text/html", {}, false});
+    m_store->create(QStringLiteral("Broken"), {QStringLiteral("AAPL")});
+    QCOMPARE(area->state(), ChartArea::State::loading);
+    QTRY_COMPARE(area->state(), ChartArea::State::error);
+    QCOMPARE(area->headline(), QStringLiteral("Couldn't load prices"));
+    QCOMPARE(area->detail(), QStringLiteral("Server returned 500"));
+
+    // Over a chart that is shown, a failed refresh says so and keeps the chart.
+    m_server->script(QStringLiteral("/prices"), ScriptedReply::json(pricesBody()));
+    m_store->refresh(true);
+    QTRY_COMPARE(area->state(), ChartArea::State::chart);
+    m_server->script(QStringLiteral("/prices"), ScriptedReply::json(R"({"error":"slow down"})", 429));
+    m_store->refresh(true);
+    QTRY_COMPARE(area->detail(), QStringLiteral("Couldn't refresh: slow down"));
+    QCOMPARE(area->state(), ChartArea::State::chart);
+}
+
+void MainWindowTests::menuShortcuts()
+{
+    QTest::keyClick(m_window.get(), Qt::Key_N, Qt::ControlModifier);
+    QCOMPARE(m_store->lists().size(), 1u);
+    QCOMPARE(m_store->lists().front().name, QStringLiteral("My List 1"));
+    QTRY_COMPARE(pricesRequests(*m_server), 1);
+
+    QTest::keyClick(m_window.get(), Qt::Key_R, Qt::ControlModifier);
+    QTRY_COMPARE(pricesRequests(*m_server), 2);
+
+    const bool log = m_store->logScale();
+    QTest::keyClick(m_window.get(), Qt::Key_L, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(m_store->logScale(), !log);
+    QCOMPARE(m_window->chartView()->logScale(), !log);
+    QCOMPARE(m_window->periodBar()->logScaleSwitch()->isChecked(), !log);
+}
+
+void MainWindowTests::periodBarFollowsTheSelection()
+{
+    m_store->create(QStringLiteral("A"), {QStringLiteral("AAPL")});
+    PeriodBar* bar = m_window->periodBar();
+    QVERIFY(bar->presetButton(Timeframe::oneYear)->isChecked());
+    QTest::mouseClick(bar->presetButton(Timeframe::fiveYear), Qt::LeftButton);
+    QCOMPARE(m_store->selectedPeriod().preset, Timeframe::fiveYear);
+    QVERIFY(!bar->presetButton(Timeframe::oneYear)->isChecked());
+    QVERIFY(bar->presetButton(Timeframe::fiveYear)->isChecked());
+    m_store->setScenario(QStringLiteral("financial-crisis"));
+    QCOMPARE(bar->periodLabel(), QStringLiteral("Financial Crisis"));
+    QVERIFY(bar->scenariosButton()->isChecked());
+    QVERIFY(!bar->presetButton(Timeframe::fiveYear)->isChecked());
+    m_store->setTimeframe(Timeframe::fifteenYear);
+    QVERIFY(bar->morePresetsButton()->isChecked());
+    QCOMPARE(bar->periodLabel(), QStringLiteral("15Y"));
+}
+
+QTEST_MAIN(MainWindowTests)
+#include "tst_MainWindow.moc"
