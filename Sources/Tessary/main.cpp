@@ -8,6 +8,9 @@
 #include "Tessary/Views/Main/MainWindow.h"
 
 #include <QApplication>
+#include <QRegularExpression>
+#include <QElapsedTimer>
+#include <QTimer>
 
 #include <cstdio>
 
@@ -20,6 +23,43 @@ void describeApplication()
     QCoreApplication::setOrganizationName(QStringLiteral("Tessary"));
     QCoreApplication::setApplicationName(QStringLiteral("Tessary"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TESSARY_VERSION));
+}
+
+// TESSARY_SNAPSHOT=<png>: once the chart area settles (a chart, or an error), the window
+// is written to that file, one line says what it showed, and the app quits: 0 for a chart.
+// TESSARY_SNAPSHOT_SIZE=WIDTHxHEIGHT sizes the window first.
+void armSnapshot(MainWindow& window, const Environment& environment)
+{
+    const QString path = *environment.snapshot;
+    if (environment.snapshotSize) {
+        const QStringList size = environment.snapshotSize->split(u'x');
+        if (size.size() == 2 && size[0].toInt() > 0 && size[1].toInt() > 0)
+            window.resize(size[0].toInt(), size[1].toInt());
+    }
+    window.move(0, 0);
+    auto* poll = new QTimer(&window);
+    auto* elapsed = new QElapsedTimer;
+    elapsed->start();
+    QObject::connect(poll, &QTimer::timeout, &window, [&window, path, poll, elapsed] {
+        const ChartArea::State state = window.chartArea()->state();
+        const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error ||
+                             state == ChartArea::State::empty || state == ChartArea::State::welcome;
+        constexpr qint64 giveUpMilliseconds = 180'000;
+        if (!settled && elapsed->elapsed() < giveUpMilliseconds)
+            return;
+        poll->stop();
+        delete elapsed;
+        // One more moment so the chart's first paint is in the picture.
+        QTimer::singleShot(500, &window, [&window, path, state] {
+            const bool saved = window.grab().save(path);
+            static const char* names[] = {"welcome", "loading", "empty", "error", "chart"};
+            std::printf("snapshot: %s %s%s\n", names[static_cast<int>(state)], qPrintable(path),
+                        saved ? "" : " (could not be written)");
+            std::fflush(stdout);
+            QCoreApplication::exit(state == ChartArea::State::chart && saved ? 0 : 2);
+        });
+    });
+    poll->start(200);
 }
 
 int runWindow(int argc, char** argv)
@@ -41,6 +81,8 @@ int runWindow(int argc, char** argv)
     ServiceLauncher launcher(store, *environment);
     QObject::connect(&launcher, &ServiceLauncher::progress, window.chartArea(), &ChartArea::setServiceProgress);
     QObject::connect(&launcher, &ServiceLauncher::failed, window.chartArea(), &ChartArea::setServiceFailure);
+    if (environment->snapshot)
+        armSnapshot(window, *environment);
     window.show();
     launcher.start();
     return QApplication::exec();

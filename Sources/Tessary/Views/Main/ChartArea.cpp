@@ -81,6 +81,7 @@ ChartArea::ChartArea(Store& store, QWidget* chart, QWidget* parent)
     m_notice->setObjectName(QStringLiteral("chartNotice"));
     m_lateStart = new QPushButton(m_chartPage);
     m_lateStart->setObjectName(QStringLiteral("lateStartButton"));
+    m_lateStart->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     connect(m_lateStart, &QPushButton::clicked, this, [this] {
         if (!m_lateStartDay.isEmpty())
             m_store.alignStart(m_lateStartDay);
