@@ -1,6 +1,5 @@
 #include "MultiPeriodGrid.h"
 
-#include "RankCellDelegate.h"
 #include "RankingHeader.h"
 
 #include "Tessary/Views/Chart/ChartFocus.h"
@@ -8,37 +7,18 @@
 namespace tessary {
 
 MultiPeriodGrid::MultiPeriodGrid(ChartFocus& focus, QWidget* parent)
-    : QTableView(parent)
-    , m_focus(focus)
-    , m_model(new MultiPeriodGridModel(this))
-    , m_header(new RankingHeader(this))
+    : RankView(focus, new MultiPeriodGridModel,
+        { MultiPeriodGridModel::TickerRole, MultiPeriodGridModel::RankRole, MultiPeriodGridModel::RankCountRole },
+        rowHeight, parent)
+    , m_model(static_cast<MultiPeriodGridModel*>(model()))
 {
-    setModel(m_model);
-    setHorizontalHeader(m_header);
-    using Roles = RankCellDelegate::Roles;
-    setItemDelegate(new RankCellDelegate(
-        Roles { MultiPeriodGridModel::TickerRole, MultiPeriodGridModel::RankRole, MultiPeriodGridModel::RankCountRole },
-        &focus, this));
-    verticalHeader()->hide();
-    verticalHeader()->setDefaultSectionSize(rowHeight);
-    m_header->setSectionResizeMode(QHeaderView::Stretch);
-    setSelectionMode(QAbstractItemView::NoSelection);
-    setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setShowGrid(false);
-    setFocusPolicy(Qt::NoFocus);
-    setMouseTracking(true);
-
     connect(this, &QAbstractItemView::entered, this, &MultiPeriodGrid::hoverCell);
-    connect(this, &QAbstractItemView::clicked, this, [this](const QModelIndex& index) {
-        m_focus.togglePinned(index.data(MultiPeriodGridModel::TickerRole).toString());
-    });
-    connect(m_header, &QHeaderView::sectionClicked, this, [this](int section) {
-        m_model->clickHeading(section);
-        syncHeader();
-    });
-    auto repaint = [this] { viewport()->update(); };
-    connect(&m_focus, &ChartFocus::pinnedChanged, this, repaint);
-    connect(&m_focus, &ChartFocus::hoveredChanged, this, repaint);
+    syncHeader();
+}
+
+void MultiPeriodGrid::headingClicked(int section)
+{
+    m_model->clickHeading(section);
     syncHeader();
 }
 
@@ -57,12 +37,12 @@ void MultiPeriodGrid::sortByPeriod(Timeframe period)
 
 void MultiPeriodGrid::syncHeader()
 {
-    m_header->setSortState(m_model->columnOfKey(m_model->sortKey()), m_model->ascending());
+    header().setSortState(m_model->columnOfKey(m_model->sortKey()), m_model->ascending());
 }
 
 void MultiPeriodGrid::hoverCell(const QModelIndex& index)
 {
-    setHover({ index.data(MultiPeriodGridModel::TickerRole).toString(), m_model->periodOfColumn(index.column()) });
+    setHover({ tickerAt(index), m_model->periodOfColumn(index.column()) });
 }
 
 void MultiPeriodGrid::setHover(const GridHover& hover)
@@ -74,9 +54,9 @@ void MultiPeriodGrid::setHover(const GridHover& hover)
     m_hover = hover;
     if (tickerChanged) {
         if (hover.ticker)
-            m_focus.setHovered(hover.ticker);
-        else if (m_focus.hovered() == previous)
-            m_focus.setHovered(std::nullopt);
+            focus().setHovered(hover.ticker);
+        else if (focus().hovered() == previous)
+            focus().setHovered(std::nullopt);
     }
     Q_EMIT hoverChanged(m_hover);
 }

@@ -1,13 +1,11 @@
 #pragma once
 
 #include "MultiPeriodGridModel.h"
-
-#include <QTableView>
+#include "RankView.h"
 
 namespace tessary {
 
 class ChartFocus;
-class RankingHeader;
 
 // What the pointer is over in the grid: a line, and the period of the cell when it is one.
 struct GridHover {
@@ -19,7 +17,7 @@ struct GridHover {
 
 // Ranks across several periods beside the rankings table. Rows follow the chart's focus
 // like the table's do; a heading click sorts by that column and a second click reverses.
-class MultiPeriodGrid : public QTableView {
+class MultiPeriodGrid : public RankView {
     Q_OBJECT
 
 public:
@@ -28,7 +26,6 @@ public:
     explicit MultiPeriodGrid(ChartFocus& focus, QWidget* parent = nullptr);
 
     MultiPeriodGridModel& gridModel() const { return *m_model; }
-    RankingHeader& header() const { return *m_header; }
     void setInput(MultiPeriodGridModel::Input input);
     void sortByPeriod(Timeframe period);
     const GridHover& hover() const { return m_hover; }
@@ -38,15 +35,14 @@ Q_SIGNALS:
 
 protected:
     void leaveEvent(QEvent* event) override;
+    void headingClicked(int section) override;
 
 private:
     void hoverCell(const QModelIndex& index);
     void setHover(const GridHover& hover);
     void syncHeader();
 
-    ChartFocus& m_focus;
     MultiPeriodGridModel* m_model = nullptr;
-    RankingHeader* m_header = nullptr;
     GridHover m_hover;
 };
 

@@ -1,6 +1,5 @@
 #include "RankingTable.h"
 
-#include "RankCellDelegate.h"
 #include "RankingHeader.h"
 
 #include <QContextMenuEvent>
@@ -12,38 +11,19 @@
 namespace tessary {
 
 RankingTable::RankingTable(ChartFocus& focus, QWidget* parent)
-    : QTableView(parent)
-    , m_focus(focus)
-    , m_model(new RankingTableModel(this))
-    , m_header(new RankingHeader(this))
+    : RankView(focus, new RankingTableModel,
+        { RankingTableModel::TickerRole, RankingTableModel::RankRole, RankingTableModel::RankCountRole }, rowHeight,
+        parent)
+    , m_model(static_cast<RankingTableModel*>(model()))
 {
-    setModel(m_model);
-    setHorizontalHeader(m_header);
-    using Roles = RankCellDelegate::Roles;
-    setItemDelegate(new RankCellDelegate(
-        Roles { RankingTableModel::TickerRole, RankingTableModel::RankRole, RankingTableModel::RankCountRole }, &focus,
-        this));
-    verticalHeader()->hide();
-    verticalHeader()->setDefaultSectionSize(rowHeight);
-    m_header->setSectionResizeMode(QHeaderView::Stretch);
-    setSelectionMode(QAbstractItemView::NoSelection);
-    setEditTriggers(QAbstractItemView::NoEditTriggers);
-    setShowGrid(false);
-    setFocusPolicy(Qt::NoFocus);
-    setMouseTracking(true);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-
     connect(this, &QAbstractItemView::entered, this, &RankingTable::hoverRow);
-    connect(this, &QAbstractItemView::clicked, this, [this](const QModelIndex& index) {
-        m_focus.togglePinned(index.data(RankingTableModel::TickerRole).toString());
-    });
-    connect(m_header, &QHeaderView::sectionClicked, this, [this](int section) {
-        m_model->clickHeading(static_cast<RankingTableModel::Column>(section));
-        syncHeader();
-    });
-    auto repaint = [this] { viewport()->update(); };
-    connect(&m_focus, &ChartFocus::pinnedChanged, this, repaint);
-    connect(&m_focus, &ChartFocus::hoveredChanged, this, repaint);
+    syncHeader();
+}
+
+void RankingTable::headingClicked(int section)
+{
+    m_model->clickHeading(static_cast<RankingTableModel::Column>(section));
     syncHeader();
 }
 
@@ -55,23 +35,23 @@ void RankingTable::setInput(RankingTableModel::Input input)
 
 void RankingTable::syncHeader()
 {
-    m_header->setSortState(m_model->sortColumn(), m_model->ascending());
+    header().setSortState(m_model->sortColumn(), m_model->ascending());
 }
 
 void RankingTable::hoverRow(const QModelIndex& index)
 {
-    const QString ticker = index.data(RankingTableModel::TickerRole).toString();
+    const QString ticker = tickerAt(index);
     if (m_hovered == ticker)
         return;
     m_hovered = ticker;
-    m_focus.setHovered(ticker);
+    focus().setHovered(ticker);
 }
 
 void RankingTable::leaveEvent(QEvent* event)
 {
     // Only clear what this table set: the chart may have moved the hover on since.
-    if (m_hovered && m_focus.hovered() == m_hovered)
-        m_focus.setHovered(std::nullopt);
+    if (m_hovered && focus().hovered() == m_hovered)
+        focus().setHovered(std::nullopt);
     m_hovered.reset();
     QTableView::leaveEvent(event);
 }
@@ -106,7 +86,7 @@ void RankingTable::contextMenuEvent(QContextMenuEvent* event)
 QSize RankingTable::sizeHint() const
 {
     const int rows = std::min(m_model->rowCount(), 8);
-    return { 900, m_header->sizeHint().height() + std::max(rows, 3) * rowHeight + 2 * frameWidth() };
+    return { 900, header().sizeHint().height() + std::max(rows, 3) * rowHeight + 2 * frameWidth() };
 }
 
 } // namespace tessary

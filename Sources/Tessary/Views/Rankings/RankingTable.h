@@ -1,9 +1,8 @@
 #pragma once
 
 #include "QuoteLinks.h"
+#include "RankView.h"
 #include "RankingTableModel.h"
-
-#include <QTableView>
 
 #include <functional>
 
@@ -12,12 +11,11 @@ class QMenu;
 namespace tessary {
 
 class ChartFocus;
-class RankingHeader;
 
 // The rankings table under the chart. Hovering a row brings the ticker's line forward,
 // clicking pins it; the context menu opens outside quote pages and, in a list the user can
 // edit, offers to make the ticker the benchmark.
-class RankingTable : public QTableView {
+class RankingTable : public RankView {
     Q_OBJECT
 
 public:
@@ -29,7 +27,6 @@ public:
     explicit RankingTable(ChartFocus& focus, QWidget* parent = nullptr);
 
     RankingTableModel& tableModel() const { return *m_model; }
-    RankingHeader& header() const { return *m_header; }
     void setInput(RankingTableModel::Input input);
     void setQuoteHosts(QuoteHosts hosts) { m_hosts = std::move(hosts); }
     void setExchangeLookup(ExchangeLookup lookup) { m_exchange = std::move(lookup); }
@@ -45,14 +42,13 @@ Q_SIGNALS:
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    void headingClicked(int section) override;
 
 private:
     void hoverRow(const QModelIndex& index);
     void syncHeader();
 
-    ChartFocus& m_focus;
     RankingTableModel* m_model = nullptr;
-    RankingHeader* m_header = nullptr;
     QuoteHosts m_hosts;
     ExchangeLookup m_exchange;
     std::optional<QString> m_hovered;
