@@ -1,0 +1,89 @@
+#include "RankingHeader.h"
+
+#include <QPainter>
+
+namespace tessary {
+
+namespace {
+
+constexpr int sideInset = 10;
+constexpr int chevronGap = 4;
+constexpr qreal chevronPoints = 8;
+
+QFont headingFont(QFont font)
+{
+    font.setLetterSpacing(QFont::AbsoluteSpacing, 0.5);
+    font.setPointSizeF(font.pointSizeF() * 0.85);
+    font.setWeight(QFont::DemiBold);
+    return font;
+}
+
+} // namespace
+
+RankingHeader::RankingHeader(QWidget* parent)
+    : QHeaderView(Qt::Horizontal, parent)
+{
+    setSectionsClickable(true);
+    setHighlightSections(false);
+}
+
+void RankingHeader::setSortState(int section, bool ascending)
+{
+    m_section = section;
+    m_ascending = ascending;
+    viewport()->update();
+}
+
+QString RankingHeader::chevron(bool ascending)
+{
+    return ascending ? QStringLiteral("\u25B2") : QStringLiteral("\u25BC");
+}
+
+void RankingHeader::paintSection(QPainter* painter, const QRect& rect, int logicalIndex) const
+{
+    if (!model())
+        return;
+    painter->save();
+    painter->fillRect(rect, palette().color(QPalette::Base));
+    QColor text = palette().color(QPalette::Text);
+    text.setAlphaF(0.7f);
+    painter->setPen(text);
+    const QFont font = headingFont(this->font());
+    painter->setFont(font);
+    const QString heading = model()->headerData(logicalIndex, orientation(), Qt::DisplayRole).toString();
+    const bool hasHelp = model()->headerData(logicalIndex, orientation(), Qt::ToolTipRole).isValid();
+    QRect area = rect.adjusted(sideInset, 0, -sideInset, 0);
+
+    QFont small = font;
+    small.setPointSizeF(chevronPoints);
+    small.setBold(true);
+    const QFontMetrics smallMetrics(small);
+    if (hasHelp) {
+        const int size = smallMetrics.height();
+        const QRect mark(area.right() - size, rect.center().y() - size / 2, size, size);
+        painter->setFont(small);
+        painter->drawEllipse(mark.adjusted(1, 1, -1, -1));
+        painter->drawText(mark, Qt::AlignCenter, QStringLiteral("?"));
+        area.setRight(mark.left() - chevronGap);
+    }
+    if (logicalIndex == m_section) {
+        const QString mark = chevron(m_ascending);
+        const int width = smallMetrics.horizontalAdvance(mark);
+        painter->setFont(small);
+        painter->drawText(QRect(area.right() - width, area.top(), width, area.height()), Qt::AlignCenter, mark);
+        area.setRight(area.right() - width - chevronGap);
+    }
+    painter->setFont(font);
+    painter->drawText(area, Qt::AlignVCenter | (logicalIndex == 0 ? Qt::AlignLeft : Qt::AlignRight),
+        QFontMetrics(font).elidedText(heading, Qt::ElideRight, area.width()));
+    painter->restore();
+}
+
+QSize RankingHeader::sectionSizeFromContents(int logicalIndex) const
+{
+    const QString heading = model() ? model()->headerData(logicalIndex, orientation()).toString() : QString();
+    const QFontMetrics metrics(headingFont(font()));
+    return { metrics.horizontalAdvance(heading) + 2 * sideInset + 32, metrics.height() + 12 };
+}
+
+} // namespace tessary

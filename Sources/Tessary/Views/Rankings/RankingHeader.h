@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QHeaderView>
+
+namespace tessary {
+
+// Column headings of the rankings displays: upper-case, slightly spaced and muted, with a
+// small bold chevron on the sort column and a help mark on columns that explain themselves
+// in their tool tip.
+class RankingHeader : public QHeaderView {
+    Q_OBJECT
+
+public:
+    explicit RankingHeader(QWidget* parent = nullptr);
+
+    void setSortState(int section, bool ascending);
+    int sortSection() const { return m_section; }
+    bool sortAscending() const { return m_ascending; }
+    // The chevron drawn on the sort column: ▲ ascending, ▼ descending.
+    static QString chevron(bool ascending);
+
+protected:
+    void paintSection(QPainter* painter, const QRect& rect, int logicalIndex) const override;
+    QSize sectionSizeFromContents(int logicalIndex) const override;
+
+private:
+    int m_section = -1;
+    bool m_ascending = false;
+};
+
+} // namespace tessary

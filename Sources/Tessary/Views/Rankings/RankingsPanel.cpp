@@ -1,0 +1,106 @@
+#include "RankingsPanel.h"
+
+#include "MultiPeriodChips.h"
+#include "MultiPeriodChoice.h"
+#include "MultiPeriodGrid.h"
+#include "MultiPeriodSettings.h"
+#include "RankingTable.h"
+#include "SummaryCards.h"
+
+#include <QLabel>
+#include <QSplitter>
+#include <QVBoxLayout>
+
+#include "Tessary/Store/Store.h"
+#include "Tessary/Views/Chart/ChartView.h"
+
+namespace tessary {
+
+RankingsPanel::RankingsPanel(Store& store, ChartFocus& focus, Preferences& preferences, QWidget* parent)
+    : QWidget(parent)
+    , m_store(store)
+    , m_choice(new MultiPeriodChoice(preferences, this))
+{
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(10);
+    m_cards = new SummaryCards(this);
+    layout->addWidget(m_cards);
+
+    auto* splitter = new QSplitter(Qt::Horizontal, this);
+    splitter->setChildrenCollapsible(false);
+    m_table = new RankingTable(focus, splitter);
+    auto* gridSide = new QWidget(splitter);
+    auto* gridLayout = new QVBoxLayout(gridSide);
+    gridLayout->setContentsMargins(0, 0, 0, 0);
+    m_chips = new MultiPeriodChips(*m_choice, gridSide);
+    m_grid = new MultiPeriodGrid(focus, gridSide);
+    gridLayout->addWidget(m_chips);
+    gridLayout->addWidget(m_grid, 1);
+    splitter->addWidget(m_table);
+    splitter->addWidget(gridSide);
+    splitter->setStretchFactor(0, 3);
+    splitter->setStretchFactor(1, 2);
+    layout->addWidget(splitter, 1);
+
+    m_table->setExchangeLookup([this](const QString& ticker) -> std::optional<QString> {
+        const TickerInfo* info = m_store.universe().find(ticker);
+        return info ? info->exchange : std::nullopt;
+    });
+    connect(m_table, &RankingTable::makeBenchmarkRequested, &m_store, &Store::makeBenchmark);
+    connect(m_chips, &MultiPeriodChips::periodClicked, m_grid, &MultiPeriodGrid::sortByPeriod);
+    connect(m_choice, &MultiPeriodChoice::periodsChanged, this, &RankingsPanel::refreshGrid);
+    connect(&m_store, &Store::comparisonChanged, this, &RankingsPanel::refresh);
+    connect(&m_store, &Store::selectionChanged, this, &RankingsPanel::refresh);
+    refresh();
+}
+
+void RankingsPanel::refresh()
+{
+    const std::optional<Comparison>& comparison = m_store.comparison();
+    const QString benchmark = m_store.selectedBenchmark();
+    RankingTableModel::Input input;
+    if (comparison) {
+        input.rows = comparison->rows;
+        input.benchmarkRow = comparison->benchmarkRow;
+    }
+    input.tickers = m_store.selectedTickers();
+    input.benchmark = benchmark;
+    input.editable = m_store.selectionIsEditable();
+    m_cards->setSummary(RankingSummary::of(input.rows, input.benchmarkRow, benchmark));
+    m_table->setInput(std::move(input));
+    refreshGrid();
+}
+
+void RankingsPanel::refreshGrid()
+{
+    const std::optional<Comparison>& comparison = m_store.comparison();
+    MultiPeriodGridModel::Input input;
+    input.benchmark = m_store.selectedBenchmark();
+    input.periods = m_choice->periods();
+    if (comparison) {
+        input.rows = comparison->rows;
+        input.benchmarkRow = comparison->benchmarkRow;
+        // The labels take the colours of the chart's lines; the benchmark's own line and
+        // symbols outside the list keep the secondary colour.
+        const QStringList tickers = m_store.selectedTickers();
+        const std::vector<QColor> colors = ChartView::colorsFor(comparison->series);
+        for (std::size_t i = 0; i < comparison->series.size(); ++i) {
+            const ChartSeries& series = comparison->series[i];
+            if (!series.isBenchmark && series.ticker != input.benchmark && tickers.contains(series.ticker))
+                input.colors.insert(series.ticker, colors[i]);
+        }
+    }
+    m_grid->setInput(std::move(input));
+}
+
+void RankingsPanel::showSettings()
+{
+    if (!m_settings)
+        m_settings = new MultiPeriodSettings(*m_choice, this);
+    m_settings->show();
+    m_settings->raise();
+    m_settings->activateWindow();
+}
+
+} // namespace tessary
