@@ -49,6 +49,7 @@ public:
     ~Store() override;
 
     static QString defaultDataDirectory();
+    Preferences& preferences() { return *m_preferences; }
     QString dataDirectory() const { return m_dataDirectory; }
     QString listsFile() const;
     QString catalogFile() const;

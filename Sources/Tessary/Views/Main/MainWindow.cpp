@@ -7,6 +7,7 @@
 
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
+#include "Tessary/Views/Rankings/RankingsPanel.h"
 
 #include "Tessary/Model/DateLabel.h"
 #include "Tessary/Model/MarketTime.h"
@@ -55,8 +56,16 @@ MainWindow::MainWindow(Store& store, QWidget* parent)
     m_periodBar = new PeriodBar(store, content);
     layout->addWidget(m_periodBar);
     m_focus = new ChartFocus(this);
-    m_chartArea = new ChartArea(store, buildChart(), content);
-    layout->addWidget(m_chartArea, 1);
+    // Chart above, rankings below; the user moves the border between them.
+    auto* stack = new QSplitter(Qt::Vertical, content);
+    stack->setChildrenCollapsible(false);
+    m_chartArea = new ChartArea(store, buildChart(), stack);
+    m_rankings = new RankingsPanel(store, *m_focus, store.preferences(), stack);
+    stack->addWidget(m_chartArea);
+    stack->addWidget(m_rankings);
+    stack->setStretchFactor(0, 3);
+    stack->setStretchFactor(1, 2);
+    layout->addWidget(stack, 1);
 
     splitter->addWidget(m_sidebar);
     splitter->addWidget(content);
@@ -139,6 +148,8 @@ void MainWindow::buildMenus()
     QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     m_newList = file->addAction(QStringLiteral("New Comparison List"), this, [this] { m_store.addList(); });
     m_newList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
+    QAction* settings = file->addAction(QStringLiteral("Settings…"), m_rankings, &RankingsPanel::showSettings);
+    settings->setShortcut(QKeySequence::Preferences);
     file->addSeparator();
     QAction* quit = file->addAction(QStringLiteral("Quit"), qApp, &QApplication::closeAllWindows);
     quit->setShortcut(QKeySequence::Quit);

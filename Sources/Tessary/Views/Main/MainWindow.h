@@ -13,6 +13,7 @@ class ChartFocus;
 class ChartView;
 class LegendBar;
 class PeriodBar;
+class RankingsPanel;
 class Sidebar;
 class Store;
 
@@ -29,6 +30,7 @@ public:
     ChartArea* chartArea() const { return m_chartArea; }
     ChartView* chartView() const { return m_chartView; }
     LegendBar* legend() const { return m_legend; }
+    RankingsPanel* rankings() const { return m_rankings; }
     ChartFocus* focus() const { return m_focus; }
     QLabel* dataSourceBadge() const { return m_dataSourceBadge; }
     QAction* newListAction() const { return m_newList; }
@@ -48,6 +50,7 @@ private:
     ChartFocus* m_focus = nullptr;
     ChartView* m_chartView = nullptr;
     LegendBar* m_legend = nullptr;
+    RankingsPanel* m_rankings = nullptr;
     QLabel* m_title = nullptr;
     QLabel* m_subtitle = nullptr;
     QLabel* m_dataSourceBadge = nullptr;
