@@ -322,14 +322,18 @@ Store::AddResult Store::addTickers(const QStringList& symbols)
     QStringList tickers = list->tickers;
     QSet<QString> present(tickers.begin(), tickers.end());
     QStringList added;
+    // A pasted page can hold thousands of unknown symbols; a set keeps reporting each once linear.
+    QSet<QString> reported;
     for (const QString& raw : symbols) {
         const QString symbol = raw.trimmed().toUpper();
         if (symbol.isEmpty() || present.contains(symbol))
             continue;
         // Before the universe arrives nothing can be called unknown.
         if (!m_universe.isEmpty() && !m_universe.find(symbol)) {
-            if (!result.unknown.contains(symbol))
+            if (!reported.contains(symbol)) {
+                reported.insert(symbol);
                 result.unknown.append(symbol);
+            }
             continue;
         }
         if (tickers.size() >= maxTickersPerList) {

@@ -1,0 +1,10 @@
+#pragma once
+
+// Adding tickers, related suggestions and the quick jump.
+#include "InputCommands.h"
+#include "JumpScore.h"
+#include "QuickJump.h"
+#include "RelatedCache.h"
+#include "RelatedTickersBar.h"
+#include "TickerEntry.h"
+#include "TickerInput.h"

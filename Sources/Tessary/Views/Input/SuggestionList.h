@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Tessary/MarketData/WireRecords.h"
+
+#include <QWidget>
+
+#include <vector>
+
+namespace tessary {
+
+// The rows under the ticker field: symbol, name, an "ETF" tag and a mark for symbols that the
+// list already has. It never takes focus, so clicking a row leaves the caret in the field.
+class SuggestionList : public QWidget {
+    Q_OBJECT
+
+public:
+    enum class Mark { none, benchmark, alreadyInList };
+    struct Row {
+        TickerInfo info;
+        Mark mark = Mark::none;
+    };
+
+    explicit SuggestionList(QWidget* parent = nullptr);
+
+    void setRows(std::vector<Row> rows);
+    const std::vector<Row>& rows() const { return m_rows; }
+    void setHighlight(int row);
+    int highlight() const { return m_highlight; }
+    QRect rowRect(int row) const;
+    QSize sizeHint() const override;
+
+Q_SIGNALS:
+    void clicked(int row);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+private:
+    int rowHeight() const;
+    int symbolWidth() const;
+
+    std::vector<Row> m_rows;
+    int m_highlight = 0;
+};
+
+} // namespace tessary
