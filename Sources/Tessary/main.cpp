@@ -77,7 +77,7 @@ int runWindow(int argc, char** argv)
     if (environment->added)
         added = environment->added->split(QRegularExpression(QStringLiteral("[,\\s]+")), Qt::SkipEmptyParts);
     Store store(Store::Options{environment->dataDir.value_or(QString()), nullptr, added, nullptr});
-    MainWindow window(store);
+    MainWindow window(store, *environment);
     ServiceLauncher launcher(store, *environment);
     QObject::connect(&launcher, &ServiceLauncher::progress, window.chartArea(), &ChartArea::setServiceProgress);
     QObject::connect(&launcher, &ServiceLauncher::failed, window.chartArea(), &ChartArea::setServiceFailure);

@@ -7,6 +7,7 @@
 
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
+#include "Tessary/Views/Input/Input.h"
 #include "Tessary/Views/Rankings/RankingsPanel.h"
 
 #include "Tessary/Model/DateLabel.h"
@@ -35,7 +36,7 @@ const QString lastQuotePrefix = QStringLiteral("Latest quote ");
 
 } // namespace
 
-MainWindow::MainWindow(Store& store, QWidget* parent)
+MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* parent)
     : QMainWindow(parent)
     , m_store(store)
 {
@@ -53,6 +54,10 @@ MainWindow::MainWindow(Store& store, QWidget* parent)
     layout->setContentsMargins(16, 12, 16, 12);
     layout->setSpacing(10);
     layout->addWidget(buildHeader());
+    m_tickerInput = new TickerInput(store, content);
+    layout->addWidget(m_tickerInput);
+    m_related = new RelatedTickersBar(store, content);
+    layout->addWidget(m_related);
     m_periodBar = new PeriodBar(store, content);
     layout->addWidget(m_periodBar);
     m_focus = new ChartFocus(this);
@@ -73,7 +78,12 @@ MainWindow::MainWindow(Store& store, QWidget* parent)
     splitter->setSizes({240, 1040});
     setCentralWidget(splitter);
 
+    m_quickJump = new QuickJump(store, this);
+    const InputCommands commands = installInputCommands(*this, *m_tickerInput, *m_quickJump, environment);
     buildMenus();
+    m_viewMenu->addSeparator();
+    m_viewMenu->addAction(commands.focusTickerField);
+    m_viewMenu->addAction(commands.jumpToList);
     for (const auto signal : {&Store::selectionChanged, &Store::listsChanged, &Store::comparisonChanged,
                               &Store::catalogChanged})
         connect(&m_store, signal, this, &MainWindow::refreshHeader);
@@ -155,6 +165,7 @@ void MainWindow::buildMenus()
     quit->setShortcut(QKeySequence::Quit);
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
+    m_viewMenu = view;
     m_refresh = view->addAction(QStringLiteral("Refresh Prices"), this, [this] { m_store.refresh(true); });
     m_refresh->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
     m_refresh->setToolTip(QStringLiteral("Refresh prices now (⌘R)"));

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "Tessary/Shell/Environment.h"
+
 #include <QMainWindow>
 
 class QAction;
+class QMenu;
 class QLabel;
 class QPushButton;
 
@@ -13,7 +16,10 @@ class ChartFocus;
 class ChartView;
 class LegendBar;
 class PeriodBar;
+class QuickJump;
 class RankingsPanel;
+class RelatedTickersBar;
+class TickerInput;
 class Sidebar;
 class Store;
 
@@ -23,7 +29,8 @@ class MainWindow : public QMainWindow {
     Q_OBJECT
 
 public:
-    explicit MainWindow(Store& store, QWidget* parent = nullptr);
+    // `environment` carries the start-up switches of the ticker field and the quick jump.
+    explicit MainWindow(Store& store, const Environment& environment = {}, QWidget* parent = nullptr);
 
     Sidebar* sidebar() const { return m_sidebar; }
     PeriodBar* periodBar() const { return m_periodBar; }
@@ -31,6 +38,9 @@ public:
     ChartView* chartView() const { return m_chartView; }
     LegendBar* legend() const { return m_legend; }
     RankingsPanel* rankings() const { return m_rankings; }
+    TickerInput* tickerInput() const { return m_tickerInput; }
+    RelatedTickersBar* relatedBar() const { return m_related; }
+    QuickJump* quickJump() const { return m_quickJump; }
     ChartFocus* focus() const { return m_focus; }
     QLabel* dataSourceBadge() const { return m_dataSourceBadge; }
     QAction* newListAction() const { return m_newList; }
@@ -51,6 +61,10 @@ private:
     ChartView* m_chartView = nullptr;
     LegendBar* m_legend = nullptr;
     RankingsPanel* m_rankings = nullptr;
+    TickerInput* m_tickerInput = nullptr;
+    RelatedTickersBar* m_related = nullptr;
+    QuickJump* m_quickJump = nullptr;
+    QMenu* m_viewMenu = nullptr;
     QLabel* m_title = nullptr;
     QLabel* m_subtitle = nullptr;
     QLabel* m_dataSourceBadge = nullptr;
