@@ -42,7 +42,7 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
 {
     setWindowTitle(appTitle);
     setObjectName(QStringLiteral("mainWindow"));
-    resize(1280, 800);
+    resize(1440, 960);
 
     auto* splitter = new QSplitter(this);
     splitter->setChildrenCollapsible(false);
@@ -68,8 +68,8 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
     m_rankings = new RankingsPanel(store, *m_focus, store.preferences(), stack);
     stack->addWidget(m_chartArea);
     stack->addWidget(m_rankings);
-    stack->setStretchFactor(0, 3);
-    stack->setStretchFactor(1, 2);
+    stack->setStretchFactor(0, 1);
+    stack->setStretchFactor(1, 1);
     layout->addWidget(stack, 1);
 
     splitter->addWidget(m_sidebar);

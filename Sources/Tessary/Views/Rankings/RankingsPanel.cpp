@@ -8,7 +8,7 @@
 #include "SummaryCards.h"
 
 #include <QLabel>
-#include <QSplitter>
+#include <QTabWidget>
 #include <QVBoxLayout>
 
 #include "Tessary/Store/Store.h"
@@ -27,21 +27,21 @@ RankingsPanel::RankingsPanel(Store& store, ChartFocus& focus, Preferences& prefe
     m_cards = new SummaryCards(this);
     layout->addWidget(m_cards);
 
-    auto* splitter = new QSplitter(Qt::Horizontal, this);
-    splitter->setChildrenCollapsible(false);
-    m_table = new RankingTable(focus, splitter);
-    auto* gridSide = new QWidget(splitter);
+    // Table and grid each get the whole width: nine metric columns, or one column per
+    // period, do not fit side by side in a window of ordinary size.
+    auto* tabs = new QTabWidget(this);
+    tabs->setDocumentMode(true);
+    m_table = new RankingTable(focus, tabs);
+    auto* gridSide = new QWidget(tabs);
     auto* gridLayout = new QVBoxLayout(gridSide);
     gridLayout->setContentsMargins(0, 0, 0, 0);
     m_chips = new MultiPeriodChips(*m_choice, gridSide);
     m_grid = new MultiPeriodGrid(focus, gridSide);
     gridLayout->addWidget(m_chips);
     gridLayout->addWidget(m_grid, 1);
-    splitter->addWidget(m_table);
-    splitter->addWidget(gridSide);
-    splitter->setStretchFactor(0, 3);
-    splitter->setStretchFactor(1, 2);
-    layout->addWidget(splitter, 1);
+    tabs->addTab(m_table, QStringLiteral("Rankings"));
+    tabs->addTab(gridSide, QStringLiteral("Periods"));
+    layout->addWidget(tabs, 1);
 
     m_table->setExchangeLookup([this](const QString& ticker) -> std::optional<QString> {
         const TickerInfo* info = m_store.universe().find(ticker);
