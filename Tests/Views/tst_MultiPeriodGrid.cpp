@@ -24,10 +24,10 @@ namespace {
 std::vector<RankRow> rowsFrom(const QString& text)
 {
     std::vector<RankRow> rows;
-    for (const QString& spec : text.split(u' ', Qt::SkipEmptyParts)) {
+    for (const QString& rowText : text.split(u' ', Qt::SkipEmptyParts)) {
         RankRow row;
-        row.ticker = spec.section(u':', 0, 0);
-        for (const QString& entry : spec.section(u':', 1).split(u',', Qt::SkipEmptyParts))
+        row.ticker = rowText.section(u':', 0, 0);
+        for (const QString& entry : rowText.section(u':', 1).split(u',', Qt::SkipEmptyParts))
             row.presetReturns[entry.section(u'=', 0, 0)] = entry.section(u'=', 1).toDouble();
         rows.push_back(row);
     }

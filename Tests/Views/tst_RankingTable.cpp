@@ -21,12 +21,12 @@ namespace {
 std::vector<RankRow> rowsFrom(const QString& text)
 {
     std::vector<RankRow> rows;
-    for (QString spec : text.split(u' ', Qt::SkipEmptyParts)) {
+    for (QString rowText : text.split(u' ', Qt::SkipEmptyParts)) {
         RankRow row;
-        row.incomplete = spec.endsWith(u'!');
+        row.incomplete = rowText.endsWith(u'!');
         if (row.incomplete)
-            spec.chop(1);
-        const QStringList parts = spec.split(u':');
+            rowText.chop(1);
+        const QStringList parts = rowText.split(u':');
         row.ticker = parts.value(0);
         const auto number = [&](int at) -> std::optional<double> {
             bool ok = false;
