@@ -28,12 +28,12 @@ constexpr int pointCount = 500;
 constexpr QSize chartSize(1200, 600);
 
 // Random walks on weekday dates, the same every run.
-Comparison bigComparison()
+Comparison bigComparison(int points = pointCount)
 {
     std::mt19937 random(20240501);
     std::normal_distribution<double> step(0.0004, 0.018);
     std::vector<double> dates;
-    for (QDate date(2022, 6, 1); static_cast<int>(dates.size()) < pointCount; date = date.addDays(1))
+    for (QDate date(2022, 6, 1); static_cast<int>(dates.size()) < points; date = date.addDays(1))
         if (date.dayOfWeek() <= 5)
             dates.push_back(static_cast<double>(QDateTime(date, QTime(0, 0), QTimeZone::utc()).toSecsSinceEpoch()));
     Comparison comparison;
@@ -149,5 +149,15 @@ void hoverRanking(benchmark::State& state)
     }
 }
 BENCHMARK(hoverRanking)->Unit(benchmark::kMicrosecond);
+
+// Building the compressed time axis of a loaded comparison: every distinct date of 201
+// series of 600 bars, merged, then the gaps found and shortened.
+void timeAxisBuild(benchmark::State& state)
+{
+    static const Comparison wide = bigComparison(600);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(TimeAxis::build(wide.series, wide.interval));
+}
+BENCHMARK(timeAxisBuild)->Unit(benchmark::kMillisecond);
 
 } // namespace

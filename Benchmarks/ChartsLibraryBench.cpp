@@ -1,0 +1,64 @@
+// The same 201 lines × 500 points drawn by Qt's general-purpose chart library, rendered to
+// an image of the same size, as a yardstick for our own painter (ChartBench.cpp).
+
+#include <QChart>
+#include <QChartView>
+#include <QDateTime>
+#include <QImage>
+#include <QLineSeries>
+#include <QPainter>
+#include <QTimeZone>
+#include <QValueAxis>
+
+#include <benchmark/benchmark.h>
+
+#include <random>
+
+namespace {
+
+void chartsLibraryStaticLayer(benchmark::State& state)
+{
+    constexpr int lines = 201;
+    constexpr int points = 500;
+    std::mt19937 random(20240501);
+    std::normal_distribution<double> step(0.0004, 0.018);
+
+    auto* chart = new QChart;
+    chart->legend()->hide();
+    auto* x = new QValueAxis;
+    auto* y = new QValueAxis;
+    chart->addAxis(x, Qt::AlignBottom);
+    chart->addAxis(y, Qt::AlignLeft);
+    double low = 0;
+    double high = 0;
+    for (int s = 0; s < lines; ++s) {
+        auto* series = new QLineSeries;
+        QList<QPointF> data;
+        double growth = 1;
+        for (int i = 0; i < points; ++i) {
+            data.append(QPointF(i, growth - 1));
+            low = std::min(low, growth - 1);
+            high = std::max(high, growth - 1);
+            growth *= 1 + step(random);
+        }
+        series->replace(data);
+        chart->addSeries(series);
+        series->attachAxis(x);
+        series->attachAxis(y);
+    }
+    x->setRange(0, points - 1);
+    y->setRange(low, high);
+    QChartView view(chart);
+    view.setRenderHint(QPainter::Antialiasing);
+    view.resize(1200, 600);
+
+    QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
+    for (auto _ : state) {
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        view.render(&painter);
+    }
+}
+BENCHMARK(chartsLibraryStaticLayer)->Unit(benchmark::kMillisecond);
+
+} // namespace
