@@ -62,6 +62,31 @@ void armSnapshot(MainWindow& window, const Environment& environment)
     poll->start(200);
 }
 
+// TESSARY_APPEARANCE=dark|light forces an appearance (for screenshots and for checking both);
+// otherwise the app follows the desktop's palette.
+void applyAppearance(const Environment& environment)
+{
+    if (!environment.appearance)
+        return;
+    QApplication::setStyle(QStringLiteral("Fusion"));
+    if (environment.appearance->compare(QStringLiteral("dark"), Qt::CaseInsensitive) != 0)
+        return;
+    QPalette dark;
+    dark.setColor(QPalette::Window, QColor(0x24, 0x26, 0x2b));
+    dark.setColor(QPalette::WindowText, QColor(0xe6, 0xe8, 0xeb));
+    dark.setColor(QPalette::Base, QColor(0x1b, 0x1d, 0x21));
+    dark.setColor(QPalette::AlternateBase, QColor(0x2a, 0x2d, 0x33));
+    dark.setColor(QPalette::Text, QColor(0xe6, 0xe8, 0xeb));
+    dark.setColor(QPalette::PlaceholderText, QColor(0x9a, 0xa1, 0xac));
+    dark.setColor(QPalette::Button, QColor(0x30, 0x33, 0x39));
+    dark.setColor(QPalette::ButtonText, QColor(0xe6, 0xe8, 0xeb));
+    dark.setColor(QPalette::Highlight, QColor(0x2f, 0x6f, 0xed));
+    dark.setColor(QPalette::HighlightedText, Qt::white);
+    dark.setColor(QPalette::ToolTipBase, QColor(0x30, 0x33, 0x39));
+    dark.setColor(QPalette::ToolTipText, QColor(0xe6, 0xe8, 0xeb));
+    QApplication::setPalette(dark);
+}
+
 int runWindow(int argc, char** argv)
 {
     QApplication app(argc, argv);
@@ -73,6 +98,7 @@ int runWindow(int argc, char** argv)
         std::fprintf(stderr, "tessary: %s\n", qPrintable(environment.error().description()));
         return 1;
     }
+    applyAppearance(*environment);
     QStringList added;
     if (environment->added)
         added = environment->added->split(QRegularExpression(QStringLiteral("[,\\s]+")), Qt::SkipEmptyParts);
