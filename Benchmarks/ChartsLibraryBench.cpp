@@ -3,6 +3,7 @@
 
 #include <QChart>
 #include <QChartView>
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QImage>
 #include <QLineSeries>
@@ -51,6 +52,9 @@ void chartsLibraryStaticLayer(benchmark::State& state)
     QChartView view(chart);
     view.setRenderHint(QPainter::Antialiasing);
     view.resize(1200, 600);
+    // The chart lays itself out when its view is shown; an unshown view renders an empty plot.
+    view.show();
+    QCoreApplication::processEvents();
 
     QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
     for (auto _ : state) {
