@@ -1,4 +1,5 @@
 #include "Support/FixtureServer.h"
+#include "Support/TempStore.h"
 #include "Tessary/Store/StoreModule.h"
 
 #include <QSignalSpy>
@@ -66,8 +67,7 @@ void StoreLoadingTests::init()
 
 std::unique_ptr<Store> StoreLoadingTests::makeStore(bool connect)
 {
-    auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
-    auto store = std::make_unique<Store>(Store::Options{m_dir->filePath(QStringLiteral("data")), preferences, {}, nullptr});
+    auto store = test::openStore(*m_dir);
     if (connect)
         store->connectService(m_server->baseUrl(), m_server->baseUrl());
     return store;

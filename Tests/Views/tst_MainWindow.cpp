@@ -1,4 +1,5 @@
 #include "Support/FixtureServer.h"
+#include "Support/TempStore.h"
 #include "Tessary/Store/StoreModule.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
@@ -102,8 +103,7 @@ void MainWindowTests::cleanup()
 
 std::unique_ptr<Store> MainWindowTests::makeStore()
 {
-    auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
-    auto store = std::make_unique<Store>(Store::Options{m_dir->filePath(QStringLiteral("data")), preferences, {}, nullptr});
+    auto store = test::openStore(*m_dir);
     store->connectService(m_server->baseUrl(), m_server->baseUrl(), false);
     return store;
 }

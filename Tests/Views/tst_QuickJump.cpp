@@ -9,26 +9,18 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include "Support/TempStore.h"
+
+#include "KeyRecorder.h"
 #include <QVBoxLayout>
 
 using namespace tessary;
+using test::KeyRecorder;
 
 namespace {
 
 // The main window's stand-in: records the keys the panel lets through.
-class KeyRecorder : public QWidget {
-public:
-    QList<QKeyCombination> keys;
-
-protected:
-    void keyPressEvent(QKeyEvent* event) override
-    {
-        // Modifier keys arrive on their own before the key they modify.
-        if (!QList { Qt::Key_Shift, Qt::Key_Control, Qt::Key_Alt, Qt::Key_Meta }.contains(event->key()))
-            keys.append(event->keyCombination());
-    }
-};
-
 JumpTarget target(const char* title, const char* secondary = "")
 {
     return JumpTarget { SidebarItem::featured(QString::fromUtf8(title)), QString::fromUtf8(title),
@@ -84,8 +76,7 @@ void QuickJumpTests::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
-    auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
-    m_store = std::make_unique<Store>(Store::Options { m_dir->filePath(QStringLiteral("data")), preferences, {} });
+    m_store = test::openStore(*m_dir);
 }
 
 void QuickJumpTests::cleanup()

@@ -4,6 +4,8 @@
 
 #include <QTemporaryDir>
 #include <QTest>
+
+#include "Support/TempStore.h"
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -78,8 +80,7 @@ void RelatedTickersTests::init()
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
     m_server = std::make_unique<FixtureServer>();
-    auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
-    m_store = std::make_unique<Store>(Store::Options { m_dir->filePath(QStringLiteral("data")), preferences, {} });
+    m_store = test::openStore(*m_dir);
     m_store->connectService(m_server->baseUrl(), m_server->baseUrl(), false);
 }
 

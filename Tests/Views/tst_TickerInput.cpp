@@ -7,9 +7,14 @@
 #include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include "Support/TempStore.h"
+
+#include "KeyRecorder.h"
 #include <QVBoxLayout>
 
 using namespace tessary;
+using test::KeyRecorder;
 
 namespace {
 
@@ -27,19 +32,6 @@ std::vector<TickerInfo> sampleUniverse()
 }
 
 // Stands in for the rest of the window: records every key the field lets through.
-class KeyRecorder : public QWidget {
-public:
-    QList<QKeyCombination> keys;
-
-protected:
-    void keyPressEvent(QKeyEvent* event) override
-    {
-        // Modifier keys arrive on their own before the key they modify.
-        if (!QList { Qt::Key_Shift, Qt::Key_Control, Qt::Key_Alt, Qt::Key_Meta }.contains(event->key()))
-            keys.append(event->keyCombination());
-    }
-};
-
 QStringList symbolsOf(const std::vector<TickerInfo>& infos)
 {
     QStringList symbols;
@@ -92,8 +84,7 @@ void TickerInputTests::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
-    auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
-    m_store = std::make_unique<Store>(Store::Options { m_dir->filePath(QStringLiteral("data")), preferences, {} });
+    m_store = test::openStore(*m_dir);
 }
 
 void TickerInputTests::cleanup()

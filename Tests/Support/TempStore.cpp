@@ -1,0 +1,11 @@
+#include "TempStore.h"
+
+namespace tessary::test {
+
+std::unique_ptr<Store> openStore(const QTemporaryDir& dir)
+{
+    auto preferences = std::make_shared<Preferences>(dir.filePath(QStringLiteral("preferences.ini")));
+    return std::make_unique<Store>(Store::Options{dir.filePath(QStringLiteral("data")), preferences, {}, nullptr});
+}
+
+} // namespace tessary::test
