@@ -75,4 +75,29 @@ std::optional<double> parseNumber(QStringView text, bool allowScale)
     return value * scale;
 }
 
+CsvReader::CsvReader(QIODevice* device)
+    : m_in(device)
+{
+    while (!m_in.atEnd() && m_headerLine.trimmed().isEmpty()) {
+        m_headerLine = m_in.readLine();
+        ++m_lineNumber;
+    }
+    if (m_headerLine.startsWith(QChar(0xFEFF)))
+        m_headerLine.remove(0, 1);
+    m_header = splitCsvLine(m_headerLine);
+}
+
+bool CsvReader::next()
+{
+    while (!m_in.atEnd()) {
+        const QString line = m_in.readLine();
+        ++m_lineNumber;
+        if (!line.trimmed().isEmpty()) {
+            m_fields = splitCsvLine(line);
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace tessary::server

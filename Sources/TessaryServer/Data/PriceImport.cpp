@@ -4,7 +4,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
-#include <QTextStream>
 
 #include <algorithm>
 #include <map>
@@ -62,14 +61,9 @@ std::optional<QString> readPriceFile(const QString& path, PriceTable& table, Imp
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return QStringLiteral("%1: cannot read: %2").arg(path, file.errorString());
-    QTextStream in(&file);
-    QString headerLine;
-    while (!in.atEnd() && headerLine.trimmed().isEmpty())
-        headerLine = in.readLine();
-    if (headerLine.startsWith(QChar(0xFEFF)))
-        headerLine.remove(0, 1);
-    const QStringList header = splitCsvLine(headerLine);
-    const PriceColumns columns = priceColumns(header);
+    CsvReader reader(&file);
+    const QString& headerLine = reader.headerLine();
+    const PriceColumns columns = priceColumns(reader.header());
     if (columns.date < 0 || columns.close < 0)
         return QStringLiteral("%1: unknown layout (header \"%2\"); expected a date or timestamp column and a "
                               "close column, with an optional adjusted close")
@@ -83,17 +77,12 @@ std::optional<QString> readPriceFile(const QString& path, PriceTable& table, Imp
 
     std::map<QString, std::vector<ParsedRow>> rows;
     const qsizetype needed = std::max({ columns.date, columns.close, columns.adjusted, columns.symbol }) + 1;
-    qsizetype lineNumber = 1;
     auto skip = [&](const QString& reason) {
-        report.problems.push_back(QStringLiteral("%1:%2: %3").arg(name).arg(lineNumber).arg(reason));
+        report.problems.push_back(QStringLiteral("%1:%2: %3").arg(name).arg(reader.lineNumber()).arg(reason));
         ++report.skippedRows;
     };
-    while (!in.atEnd()) {
-        const QString line = in.readLine();
-        ++lineNumber;
-        if (line.trimmed().isEmpty())
-            continue;
-        const QStringList fields = splitCsvLine(line);
+    while (reader.next()) {
+        const QStringList& fields = reader.fields();
         if (fields.size() < needed) {
             skip(QStringLiteral("expected %1 fields, found %2").arg(needed).arg(fields.size()));
             continue;
@@ -118,7 +107,7 @@ std::optional<QString> readPriceFile(const QString& path, PriceTable& table, Imp
             skip(QStringLiteral("unreadable symbol \"%1\"").arg(fields[columns.symbol]));
             continue;
         }
-        rows[symbol].push_back(ParsedRow { DailyBar { date, *close, *adjusted }, lineNumber });
+        rows[symbol].push_back(ParsedRow { DailyBar { date, *close, *adjusted }, reader.lineNumber() });
     }
     if (rows.empty())
         return QStringLiteral("%1: no usable price rows").arg(name);

@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
-#include <QTextStream>
 
 #include <vector>
 
@@ -77,12 +76,10 @@ ImportReport importUniverse(MarketDatabase& database, const QString& path)
         report.error = QStringLiteral("%1: cannot read: %2").arg(path, file.errorString());
         return report;
     }
-    QTextStream in(&file);
-    QString headerLine = in.readLine();
-    if (headerLine.startsWith(QChar(0xFEFF)))
-        headerLine.remove(0, 1);
+    CsvReader reader(&file);
+    const QString& headerLine = reader.headerLine();
     std::vector<std::pair<qsizetype, Field>> columns;
-    const QStringList header = splitCsvLine(headerLine);
+    const QStringList& header = reader.header();
     bool hasSymbol = false;
     for (qsizetype i = 0; i < header.size(); ++i) {
         const auto field = fieldOf(headerKey(header[i]));
@@ -100,13 +97,8 @@ ImportReport importUniverse(MarketDatabase& database, const QString& path)
 
     std::vector<TickerInfo> infos;
     QSet<QString> seen;
-    qsizetype lineNumber = 1;
-    while (!in.atEnd()) {
-        const QString line = in.readLine();
-        ++lineNumber;
-        if (line.trimmed().isEmpty())
-            continue;
-        const QStringList fields = splitCsvLine(line);
+    while (reader.next()) {
+        const QStringList& fields = reader.fields();
         TickerInfo info;
         QStringList trouble;
         for (const auto& [index, field] : columns) {
@@ -158,7 +150,7 @@ ImportReport importUniverse(MarketDatabase& database, const QString& path)
             trouble.push_front(QStringLiteral("%1 listed twice").arg(info.symbol));
         if (!trouble.isEmpty()) {
             report.problems.push_back(
-                QStringLiteral("%1:%2: %3, skipped").arg(name).arg(lineNumber).arg(trouble.join(u"; ")));
+                QStringLiteral("%1:%2: %3, skipped").arg(name).arg(reader.lineNumber()).arg(trouble.join(u"; ")));
             ++report.skippedRows;
             continue;
         }
