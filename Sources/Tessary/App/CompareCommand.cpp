@@ -206,10 +206,7 @@ QString formatCompareTable(const Comparison& comparison, const QString& benchmar
     QString covered = period.label();
     const auto last = lastPointDate(comparison);
     if (comparison.start.isValid() && last) {
-        const bool intraday = comparison.interval.endsWith(QStringLiteral("min")) || comparison.interval.endsWith(u'h');
-        const auto day = [&](const QDateTime& instant) {
-            return DateLabel::display(intraday ? MarketTime::dateOf(instant) : instant.toUTC().date());
-        };
+        const auto day = [&](const QDateTime& instant) { return DateLabel::display(barDay(comparison, instant)); };
         covered += QStringLiteral(": %1 to %2").arg(day(comparison.start),
                                                      day(QDateTime::fromMSecsSinceEpoch(qint64(*last * 1000), QTimeZone::utc())));
     }

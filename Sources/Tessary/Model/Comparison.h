@@ -81,6 +81,12 @@ int pointBudget(qsizetype requested);
 // gaps are listing holidays or a few missing days.
 inline constexpr qint64 lateStartSeconds = 30LL * 24 * 60 * 60;
 
+// Whether bars of this interval text ("15min", "1h", "1D", "1W") are intraday.
+bool isIntradayInterval(QStringView interval);
+// The market day a bar time of this comparison falls on: intraday bars are real instants
+// (New York's day), daily and longer bars sit at midnight UTC of their own day.
+QDate barDay(const Comparison& comparison, const QDateTime& instant);
+
 // Selects, thins and arranges one prices response for a list of `tickers` and its
 // `benchmark`. Never fails: a response without series gives a comparison without series.
 Comparison buildComparison(const PricesResponse& response, const QStringList& tickers, const QString& benchmark,

@@ -121,11 +121,6 @@ QString labelOf(TickUnit unit, bool major, const CalendarParts& parts, const QLo
 
 } // namespace
 
-bool isIntradayInterval(QStringView interval)
-{
-    return interval.endsWith(u"min") || interval.endsWith(u"h");
-}
-
 TimeAxis TimeAxis::build(std::span<const ChartSeries> series, QStringView interval, double now)
 {
     std::vector<double> times;

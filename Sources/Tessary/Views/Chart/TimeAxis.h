@@ -76,7 +76,5 @@ private:
     std::vector<double> m_breakPositions;
 };
 
-// Whether bars of this interval text ("15min", "1h", "1D", "1W") are intraday.
-bool isIntradayInterval(QStringView interval);
 
 } // namespace tessary

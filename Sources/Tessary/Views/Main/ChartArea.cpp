@@ -245,8 +245,7 @@ void ChartArea::refresh()
         QDateTime latest = comparison->lateStarters.front().firstDate;
         for (const auto& late : comparison->lateStarters)
             latest = std::max(latest, late.firstDate);
-        const bool intraday = comparison->interval.endsWith(QStringLiteral("min")) || comparison->interval.endsWith(u'h');
-        const QDate day = intraday ? MarketTime::dateOf(latest) : latest.toUTC().date();
+        const QDate day = barDay(*comparison, latest);
         m_lateStartDay = MarketTime::formatDate(day);
         m_lateStart->setText(lateStartPrefix + DateLabel::display(day));
     }
