@@ -112,7 +112,7 @@ void hoverRepaint(benchmark::State& state)
     ChartFocus focus;
     ChartView view(&focus);
     view.resize(chartSize);
-    view.setComparison(comparison());
+    view.setComparison(std::make_shared<const Comparison>(comparison()));
     QImage target(chartSize, QImage::Format_ARGB32_Premultiplied);
     view.render(&target);
     const int buildsBefore = view.staticLayerBuilds();

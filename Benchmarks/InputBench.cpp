@@ -2,7 +2,7 @@
 // suggestions follow its last symbol, Enter hands every symbol to the store and the notice
 // names the ones not found. All of it runs on the UI thread between two frames.
 
-#include "Tessary/Store/StoreModule.h"
+#include "Tessary/Store/Store.h"
 #include "Tessary/Views/Input/TickerInput.h"
 
 #include <benchmark/benchmark.h>

@@ -1,4 +1,4 @@
-#include "Tessary/Store/StoreModule.h"
+#include "Tessary/Store/Store.h"
 
 #include <QDir>
 #include <QSignalSpy>
@@ -13,7 +13,7 @@ std::vector<TickerInfo> universeOf(const QStringList& symbols)
 {
     std::vector<TickerInfo> infos;
     for (const QString& symbol : symbols)
-        infos.push_back(TickerInfo{symbol, symbol + QStringLiteral(" Inc."), false, false, {}, {}, {}, {}});
+        infos.push_back(TickerInfo { symbol, symbol + QStringLiteral(" Inc."), false, false, {}, {}, {}, {} });
     return infos;
 }
 
@@ -61,7 +61,7 @@ void StoreListTests::init()
 std::unique_ptr<Store> StoreListTests::makeStore()
 {
     auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
-    return std::make_unique<Store>(Store::Options{m_dataDir, preferences, {}});
+    return std::make_unique<Store>(Store::Options { m_dataDir, preferences, {} });
 }
 
 void StoreListTests::freshDirectoryStartsEmptyAndAddsStarterLists()
@@ -71,15 +71,16 @@ void StoreListTests::freshDirectoryStartsEmptyAndAddsStarterLists()
     QVERIFY(store->lists().empty());
     QVERIFY(!store->selection());
 
+    QSignalSpy starterTip(store.get(), &Store::starterTickersAdded);
     const QUuid first = store->addList();
     const QUuid second = store->addList();
     QCOMPARE(store->list(first)->name, QStringLiteral("My List 1"));
     QCOMPARE(store->list(second)->name, QStringLiteral("My List 2"));
-    QCOMPARE(store->list(first)->tickers, (QStringList{"AAPL", "MSFT", "NVDA", "AMZN"}));
+    QCOMPARE(store->list(first)->tickers, (QStringList { "AAPL", "MSFT", "NVDA", "AMZN" }));
     QCOMPARE(store->list(first)->benchmark, QStringLiteral("SPY"));
     QCOMPARE(store->list(first)->preset, Timeframe::oneYear);
     QCOMPARE(store->selection(), std::optional(SidebarItem::list(second)));
-    QCOMPARE(store->tip(), QStringLiteral("We added a few starter tickers"));
+    QCOMPARE(starterTip.count(), 1); // the tip is for the first new list only
 
     // A freed number is used again.
     store->remove(first);
@@ -91,8 +92,8 @@ void StoreListTests::editsSurviveARestart()
     QUuid id;
     {
         auto store = makeStore();
-        id = store->create(QStringLiteral("Chips"), {QStringLiteral("NVDA"), QStringLiteral("AMD")});
-        store->addTickers({QStringLiteral("avgo"), QStringLiteral("SMH")});
+        id = store->create(QStringLiteral("Chips"), { QStringLiteral("NVDA"), QStringLiteral("AMD") });
+        store->addTickers({ QStringLiteral("avgo"), QStringLiteral("SMH") });
         store->makeBenchmark(QStringLiteral("SMH"));
         store->rename(id, QStringLiteral("  Semis  "));
         store->setScenario(QStringLiteral("covid-crash"));
@@ -103,7 +104,7 @@ void StoreListTests::editsSurviveARestart()
     const ComparisonList* list = reopened->list(id);
     QVERIFY(list);
     QCOMPARE(list->name, QStringLiteral("Semis"));
-    QCOMPARE(list->tickers, (QStringList{"NVDA", "AMD", "AVGO"}));
+    QCOMPARE(list->tickers, (QStringList { "NVDA", "AMD", "AVGO" }));
     QCOMPARE(list->benchmark, QStringLiteral("SMH"));
     QCOMPARE(list->period().label(), QStringLiteral("COVID Crash"));
     QVERIFY(list->lastModifiedAt >= list->createdAt);
@@ -125,22 +126,22 @@ void StoreListTests::addTickers_data()
     QTest::addColumn<QStringList>("unknown");
     QTest::addColumn<int>("overLimit");
 
-    const QStringList fullUniverse = numberedSymbols(300) + QStringList{"AAPL", "MSFT"};
+    const QStringList fullUniverse = numberedSymbols(300) + QStringList { "AAPL", "MSFT" };
     QTest::newRow("ten onto 195") << numberedSymbols(195) << fullUniverse << numberedSymbols(210).mid(200)
-                                  << numberedSymbols(205).mid(200) << QStringList{} << 5;
-    QTest::newRow("already present, any case") << QStringList{"AAPL"} << fullUniverse << QStringList{"aapl "}
-                                               << QStringList{"AAPL"} << QStringList{} << 0;
-    QTest::newRow("repeated in one call") << QStringList{} << fullUniverse << QStringList{"msft", "MSFT", " msft\n"}
-                                          << QStringList{"MSFT"} << QStringList{} << 0;
+                                  << numberedSymbols(205).mid(200) << QStringList {} << 5;
+    QTest::newRow("already present, any case") << QStringList { "AAPL" } << fullUniverse << QStringList { "aapl " }
+                                               << QStringList { "AAPL" } << QStringList {} << 0;
+    QTest::newRow("repeated in one call") << QStringList {} << fullUniverse << QStringList { "msft", "MSFT", " msft\n" }
+                                          << QStringList { "MSFT" } << QStringList {} << 0;
     QTest::newRow("unknown symbols reported once")
-        << QStringList{} << fullUniverse << QStringList{"ZZZZ", "msft", "zzzz", ""} << QStringList{"MSFT"}
-        << QStringList{"ZZZZ"} << 0;
+        << QStringList {} << fullUniverse << QStringList { "ZZZZ", "msft", "zzzz", "" } << QStringList { "MSFT" }
+        << QStringList { "ZZZZ" } << 0;
     QTest::newRow("no universe yet: nothing is unknown")
-        << QStringList{} << QStringList{} << QStringList{"ZZZZ", "BRK.B"} << QStringList{"ZZZZ", "BRK.B"} << QStringList{}
-        << 0;
+        << QStringList {} << QStringList {} << QStringList { "ZZZZ", "BRK.B" } << QStringList { "ZZZZ", "BRK.B" }
+        << QStringList {} << 0;
     QTest::newRow("unknown checked before the limit")
-        << numberedSymbols(200) << fullUniverse << QStringList{"NOPE", "AAPL"} << numberedSymbols(200).mid(199)
-        << QStringList{"NOPE"} << 1;
+        << numberedSymbols(200) << fullUniverse << QStringList { "NOPE", "AAPL" } << numberedSymbols(200).mid(199)
+        << QStringList { "NOPE" } << 1;
 }
 
 void StoreListTests::addTickers()
@@ -175,10 +176,13 @@ void StoreListTests::rename_data()
 {
     QTest::addColumn<QString>("to");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("trimmed") << "  Income \n" << "Income";
+    QTest::newRow("trimmed") << "  Income \n"
+                             << "Income";
     QTest::newRow("60 characters cut to 50") << QString(60, u'x') << QString(50, u'x');
-    QTest::newRow("blank keeps the old name") << "   " << "Original";
-    QTest::newRow("emoji is never cut in half") << QString(49, u'a') + QStringLiteral("🚀🚀") << QString(49, u'a') + QStringLiteral("🚀");
+    QTest::newRow("blank keeps the old name") << "   "
+                                              << "Original";
+    QTest::newRow("emoji is never cut in half")
+        << QString(49, u'a') + QStringLiteral("🚀🚀") << QString(49, u'a') + QStringLiteral("🚀");
 }
 
 void StoreListTests::rename()
@@ -235,7 +239,7 @@ void StoreListTests::periodsOfListsAndCuratedLists()
     QVERIFY(!store->selectionIsEditable());
     store->setTimeframe(Timeframe::fiveYear);
     QCOMPARE(store->selectedPeriod(), ListPeriod::forPreset(Timeframe::fiveYear));
-    store->addTickers({QStringLiteral("NVDA")}); // curated lists cannot be edited
+    store->addTickers({ QStringLiteral("NVDA") }); // curated lists cannot be edited
     QCOMPARE(store->selectedCollection()->tickers.size(), 2);
 
     const auto copy = store->saveFeaturedAsList();
@@ -254,7 +258,8 @@ void StoreListTests::periodsOfListsAndCuratedLists()
 void StoreListTests::corruptListsFileIsKeptAside()
 {
     QDir().mkpath(m_dataDir);
-    const QByteArray damaged = R"([{"id":"6F1C2B8E-3D4A-4E5F-9A0B-1C2D3E4F5A6B","name":"Mine","tickers":["AAPL"]}, {"name":)";
+    const QByteArray damaged
+        = R"([{"id":"6F1C2B8E-3D4A-4E5F-9A0B-1C2D3E4F5A6B","name":"Mine","tickers":["AAPL"]}, {"name":)";
     {
         QFile file(QDir(m_dataDir).filePath(QStringLiteral("lists.json")));
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -265,7 +270,7 @@ void StoreListTests::corruptListsFileIsKeptAside()
     QVERIFY(store->lists().empty());
     store->addList();
 
-    const QStringList aside = QDir(m_dataDir).entryList({QStringLiteral("lists.json.corrupt-*")});
+    const QStringList aside = QDir(m_dataDir).entryList({ QStringLiteral("lists.json.corrupt-*") });
     QCOMPARE(aside.size(), 1);
     QFile kept(QDir(m_dataDir).filePath(aside.front()));
     QVERIFY(kept.open(QIODevice::ReadOnly));
@@ -278,8 +283,8 @@ void StoreListTests::highlightsArePerListAndPersist()
     QUuid a;
     {
         auto store = makeStore();
-        a = store->create(QStringLiteral("A"), {QStringLiteral("AAPL"), QStringLiteral("MSFT")});
-        store->setHighlights({QStringLiteral("MSFT")});
+        a = store->create(QStringLiteral("A"), { QStringLiteral("AAPL"), QStringLiteral("MSFT") });
+        store->setHighlights({ QStringLiteral("MSFT") });
         store->setLogScale(true);
         store->create(QStringLiteral("B"), {});
         QVERIFY(store->highlights().isEmpty());
@@ -287,7 +292,7 @@ void StoreListTests::highlightsArePerListAndPersist()
     auto store = makeStore();
     QVERIFY(store->logScale());
     store->select(SidebarItem::list(a));
-    QCOMPARE(store->highlights(), QStringList{QStringLiteral("MSFT")});
+    QCOMPARE(store->highlights(), QStringList { QStringLiteral("MSFT") });
     store->remove(a);
     QVERIFY(makeStore()->highlights().isEmpty());
 }

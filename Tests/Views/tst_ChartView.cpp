@@ -70,7 +70,7 @@ void ChartViewTests::init()
     m_focus = std::make_unique<ChartFocus>();
     m_view = std::make_unique<ChartView>(m_focus.get());
     m_view->resize(800, 420);
-    m_view->setComparison(threeLines());
+    m_view->setComparison(std::make_shared<const Comparison>(threeLines()));
     m_view->show();
     QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
     m_view->repaint();
@@ -172,7 +172,7 @@ void ChartViewTests::logScaleSurvivesTotalLoss()
 {
     Comparison comparison = threeLines();
     comparison.series.push_back(line("DDD", { 0, -0.5, -1.0, -1.0 }));
-    m_view->setComparison(comparison);
+    m_view->setComparison(std::make_shared<const Comparison>(comparison));
     m_view->setLogScale(true);
     m_view->repaint();
     QVERIFY(m_view->mapper().range().lower > 0);

@@ -1,6 +1,6 @@
 #include "Support/FixtureServer.h"
 #include "Support/TempStore.h"
-#include "Tessary/Store/StoreModule.h"
+#include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
 #include "Tessary/Views/Main/ChartArea.h"
@@ -47,7 +47,8 @@ QByteArray pricesBody()
         return QStringLiteral(R"({"ticker":"%1","dates":[%2],"performance":[%3]})")
             .arg(QLatin1StringView(ticker), dates.join(u','), performance.join(u','));
     };
-    return QStringLiteral(R"({"range":{"actual_start":"2024-01-02","actual_end":"2024-03-31","interval":"1D"},"series":[%1,%2,%3],
+    return QStringLiteral(
+        R"({"range":{"actual_start":"2024-01-02","actual_end":"2024-03-31","interval":"1D"},"series":[%1,%2,%3],
         "rankings":[{"ticker":"AAPL","net_return":0.089},{"ticker":"NVDA","net_return":0.058,"start_date":"2024-03-02"},
         {"ticker":"SPY","net_return":0.089}],"data_source":"simulated"})")
         .arg(series("AAPL", full, values), series("NVDA", late, lateValues), series("SPY", full, values))
@@ -57,7 +58,7 @@ QByteArray pricesBody()
 int pricesRequests(const FixtureServer& server)
 {
     return static_cast<int>(std::count_if(server.requests().begin(), server.requests().end(),
-                                          [](const auto& request) { return request.path == QStringLiteral("/prices"); }));
+        [](const auto& request) { return request.path == QStringLiteral("/prices"); }));
 }
 
 } // namespace
@@ -124,16 +125,16 @@ void MainWindowTests::welcomeLeadsToAChart()
 
 void MainWindowTests::pinnedTickersStayWithTheirList()
 {
-    const QUuid first = m_store->create(QStringLiteral("First"), {QStringLiteral("AAPL"), QStringLiteral("NVDA")});
+    const QUuid first = m_store->create(QStringLiteral("First"), { QStringLiteral("AAPL"), QStringLiteral("NVDA") });
     QTRY_VERIFY(m_window->legend()->chip(QStringLiteral("NVDA")));
     QTest::mouseClick(m_window->legend()->chip(QStringLiteral("NVDA")), Qt::LeftButton);
-    QCOMPARE(m_window->focus()->pinned(), QStringList{QStringLiteral("NVDA")});
+    QCOMPARE(m_window->focus()->pinned(), QStringList { QStringLiteral("NVDA") });
     QVERIFY(m_window->legend()->resetButton()->isVisible());
 
-    m_store->create(QStringLiteral("Second"), {QStringLiteral("AAPL")});
+    m_store->create(QStringLiteral("Second"), { QStringLiteral("AAPL") });
     QVERIFY(m_window->focus()->pinned().isEmpty());
     m_store->select(SidebarItem::list(first));
-    QCOMPARE(m_window->focus()->pinned(), QStringList{QStringLiteral("NVDA")});
+    QCOMPARE(m_window->focus()->pinned(), QStringList { QStringLiteral("NVDA") });
 
     // Escape over the chart clears them, and that is kept too.
     m_window->chartView()->setFocus();
@@ -146,12 +147,12 @@ void MainWindowTests::pinnedTickersStayWithTheirList()
     m_store = makeStore();
     m_store->select(SidebarItem::list(first));
     m_window = std::make_unique<MainWindow>(*m_store);
-    QCOMPARE(m_window->focus()->pinned(), QStringList{QStringLiteral("AAPL")});
+    QCOMPARE(m_window->focus()->pinned(), QStringList { QStringLiteral("AAPL") });
 }
 
 void MainWindowTests::lateStarterOfferSetsACustomRange()
 {
-    m_store->create(QStringLiteral("Late"), {QStringLiteral("AAPL"), QStringLiteral("NVDA")});
+    m_store->create(QStringLiteral("Late"), { QStringLiteral("AAPL"), QStringLiteral("NVDA") });
     QTRY_COMPARE(m_window->chartArea()->state(), ChartArea::State::chart);
     QPushButton* offer = m_window->chartArea()->lateStartButton();
     QVERIFY(offer->isVisible());
@@ -162,7 +163,8 @@ void MainWindowTests::lateStarterOfferSetsACustomRange()
     QCOMPARE(m_store->selectedPeriod().rangeStart, std::optional(QStringLiteral("2024-03-02")));
     QTRY_COMPARE(pricesRequests(*m_server), before + 1);
     const auto& last = m_server->requests().back();
-    QCOMPARE(QUrlQuery(QString::fromUtf8(last.query)).queryItemValue(QStringLiteral("start")), QStringLiteral("2024-03-02"));
+    QCOMPARE(
+        QUrlQuery(QString::fromUtf8(last.query)).queryItemValue(QStringLiteral("start")), QStringLiteral("2024-03-02"));
     QVERIFY(m_window->periodBar()->customRangeButton()->isChecked());
 }
 
@@ -174,8 +176,8 @@ void MainWindowTests::statesOfTheChartArea()
     QCOMPARE(area->headline(), QStringLiteral("This list is empty"));
     QCOMPARE(area->detail(), QStringLiteral("Add tickers to start comparing"));
 
-    m_server->script(QStringLiteral("/prices"), ScriptedReply{500, "<html>down</html>", "text/html", {}, false});
-    m_store->create(QStringLiteral("Broken"), {QStringLiteral("AAPL")});
+    m_server->script(QStringLiteral("/prices"), ScriptedReply { 500, "<html>down</html>", "text/html", {}, false });
+    m_store->create(QStringLiteral("Broken"), { QStringLiteral("AAPL") });
     QCOMPARE(area->state(), ChartArea::State::loading);
     QTRY_COMPARE(area->state(), ChartArea::State::error);
     QCOMPARE(area->headline(), QStringLiteral("Couldn't load prices"));
@@ -210,7 +212,7 @@ void MainWindowTests::menuShortcuts()
 
 void MainWindowTests::periodBarFollowsTheSelection()
 {
-    m_store->create(QStringLiteral("A"), {QStringLiteral("AAPL")});
+    m_store->create(QStringLiteral("A"), { QStringLiteral("AAPL") });
     PeriodBar* bar = m_window->periodBar();
     QVERIFY(bar->presetButton(Timeframe::oneYear)->isChecked());
     QTest::mouseClick(bar->presetButton(Timeframe::fiveYear), Qt::LeftButton);

@@ -1,5 +1,5 @@
 #include "Tessary/Shell/Environment.h"
-#include "Tessary/Store/StoreModule.h"
+#include "Tessary/Store/Store.h"
 #include "Tessary/Views/Input/Input.h"
 
 #include <QKeyEvent>

@@ -1,5 +1,5 @@
 #include "Support/FixtureServer.h"
-#include "Tessary/Store/StoreModule.h"
+#include "Tessary/Store/Store.h"
 #include "Tessary/Views/Input/Input.h"
 
 #include <QTemporaryDir>
@@ -76,7 +76,6 @@ private:
 
 void RelatedTickersTests::init()
 {
-    RelatedCache::shared().clear();
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
     m_server = std::make_unique<FixtureServer>();
@@ -122,8 +121,8 @@ void RelatedTickersTests::cacheKey()
     QFETCH(QStringList, first);
     QFETCH(QStringList, second);
     QFETCH(bool, same);
-    QCOMPARE(RelatedCache::key(first) == RelatedCache::key(second), same);
-    QCOMPARE(RelatedCache::key({ "MSFT", "AAPL" }), QStringLiteral("AAPL,MSFT"));
+    QCOMPARE(RelatedTickers::key(first) == RelatedTickers::key(second), same);
+    QCOMPARE(RelatedTickers::key({ "MSFT", "AAPL" }), QStringLiteral("AAPL,MSFT"));
 }
 
 void RelatedTickersTests::shown_data()
@@ -220,7 +219,7 @@ void RelatedTickersTests::staleRequestIsCancelled()
     QTRY_COMPARE(symbolsOf(m_bar->shown()), QStringList { "NEW" });
     QTest::qWait(600);
     QCOMPARE(symbolsOf(m_bar->shown()), QStringList { "NEW" });
-    QVERIFY(!RelatedCache::shared().find(QStringLiteral("AAPL")));
+    QVERIFY(!m_store->relatedTickers().cached({ "AAPL" }));
 }
 
 void RelatedTickersTests::pillsAddAndFold()

@@ -1,4 +1,4 @@
-#include "Tessary/Store/StoreModule.h"
+#include "Tessary/Store/Store.h"
 #include "Tessary/Views/Input/Input.h"
 #include "Tessary/Views/Input/NoticeLabel.h"
 #include "Tessary/Views/Input/SuggestionList.h"

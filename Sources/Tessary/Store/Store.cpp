@@ -1,11 +1,8 @@
 #include "Store.h"
 
-#include "AtomicFile.h"
-
 #include <QDir>
 #include <QNetworkAccessManager>
 #include <QStandardPaths>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -17,8 +14,6 @@ const QString listsFileName = QStringLiteral("lists.json");
 const QString catalogFileName = QStringLiteral("collections.json");
 const QString newListPrefix = QStringLiteral("My List ");
 const QString copySuffix = QStringLiteral(" Copy");
-const QString starterTipText = QStringLiteral("We added a few starter tickers");
-constexpr int starterTipMilliseconds = 20'000;
 constexpr qsizetype maxNameLength = 50;
 
 // The first `count` characters, counting a surrogate pair as one, so a name never ends in
@@ -31,6 +26,12 @@ QString leftCodePoints(const QString& text, qsizetype count)
     return text.left(units);
 }
 
+// Which edit a period change is: a plain preset, or a range (a scenario's or the user's own).
+ListEdit::Kind periodEditKind(const ListPeriod& period)
+{
+    return period.rangeStart || period.scenario ? ListEdit::Kind::setScenario : ListEdit::Kind::setPreset;
+}
+
 } // namespace
 
 Store::Store(Options options, QObject* parent)
@@ -40,16 +41,26 @@ Store::Store(Options options, QObject* parent)
     , m_network(options.network ? options.network : new QNetworkAccessManager(this))
 {
     QDir().mkpath(m_dataDirectory);
-    m_logScale = m_preferences->logScale();
-    m_highlights = m_preferences->highlights();
-    loadLists();
-    loadCachedCatalog();
-    if (!m_localLists.empty())
-        m_selection = SidebarItem::list(m_localLists.front().id);
-    for (const QString& symbol : options.justAdded) {
-        if (const QString trimmed = symbol.trimmed().toUpper(); !trimmed.isEmpty())
-            m_justAdded.insert(trimmed);
-    }
+    m_lists = new ListStore(listsFile(), this);
+    m_view = new ViewState(m_preferences, options.justAdded, this);
+    m_reference = new ReferenceData(catalogFile(), this);
+    m_loader = new ComparisonLoader(std::move(options.clock), this);
+    m_related = new RelatedTickers(this);
+
+    if (!lists().empty())
+        m_selection = SidebarItem::list(lists().front().id);
+
+    connect(m_lists, &ListStore::changed, this, &Store::listsChanged);
+    connect(m_lists, &ListStore::edited, this, &Store::listEdited);
+    connect(m_lists, &ListStore::saveErrorChanged, this, &Store::saveErrorChanged);
+    connect(m_view, &ViewState::highlightsChanged, this, &Store::highlightsChanged);
+    connect(m_view, &ViewState::logScaleChanged, this, &Store::logScaleChanged);
+    connect(m_view, &ViewState::justAddedChanged, this, &Store::justAddedChanged);
+    connect(m_reference, &ReferenceData::catalogChanged, this, &Store::catalogChanged);
+    connect(m_reference, &ReferenceData::universeChanged, this, &Store::universeChanged);
+    connect(m_loader, &ComparisonLoader::comparisonChanged, this, &Store::comparisonChanged);
+    connect(m_loader, &ComparisonLoader::loadingChanged, this, &Store::loadingChanged);
+    connect(m_loader, &ComparisonLoader::loadErrorChanged, this, &Store::loadErrorChanged);
     connect(this, &Store::comparisonInputsChanged, this, [this] { refresh(); });
 }
 
@@ -75,103 +86,21 @@ QString Store::catalogFile() const
     return QDir(m_dataDirectory).filePath(catalogFileName);
 }
 
-void Store::loadLists()
-{
-    const auto bytes = readWholeFile(listsFile());
-    if (!bytes)
-        return;
-    const auto array = parseJsonArray(*bytes);
-    auto lists = array ? ComparisonList::listFromJson(*array) : std::unexpected(array.error());
-    if (!lists) {
-        // The file is unreadable to us but may be precious to the user: move it aside so the
-        // next save starts a fresh file instead of overwriting it.
-        qWarning("lists.json could not be read (%s); kept aside as %s",
-                 qPrintable(lists.error().description()),
-                 qPrintable(keepCorruptFileAside(listsFile()).value_or(QStringLiteral("(could not move it)"))));
-        return;
-    }
-    m_localLists = std::move(*lists);
-}
-
-void Store::saveLists()
-{
-    if (auto written = writeFileAtomically(listsFile(), ComparisonList::listToJson(m_localLists)); !written)
-        qWarning("%s", qPrintable(written.error().description()));
-}
-
-void Store::loadCachedCatalog()
-{
-    if (const auto bytes = readWholeFile(catalogFile())) {
-        if (auto catalog = FeaturedCatalog::fromJson(*bytes))
-            m_catalog = std::move(*catalog);
-    }
-}
-
-bool Store::acceptCatalogDocument(const QByteArray& document)
-{
-    auto catalog = FeaturedCatalog::fromJson(document);
-    if (!catalog)
-        return false;
-    if (auto written = writeFileAtomically(catalogFile(), document); !written)
-        qWarning("%s", qPrintable(written.error().description()));
-    if (*catalog != m_catalog) {
-        m_catalog = std::move(*catalog);
-        Q_EMIT catalogChanged();
-    }
-    return true;
-}
-
-void Store::setUniverse(std::vector<TickerInfo> infos)
-{
-    m_universe = TickerUniverse(std::move(infos));
-    Q_EMIT universeChanged();
-}
-
 std::vector<TickerInfo> Store::suggestions(QStringView query, const QSet<QString>& excluding, int limit) const
 {
-    return m_universe.suggestions(query, excluding, limit);
-}
-
-std::vector<ComparisonList> Store::listsByRecency() const
-{
-    std::vector<ComparisonList> ordered = m_localLists;
-    std::stable_sort(ordered.begin(), ordered.end(), [](const ComparisonList& a, const ComparisonList& b) {
-        return a.lastAccessedAt > b.lastAccessedAt;
-    });
-    return ordered;
-}
-
-const ComparisonList* Store::list(const QUuid& id) const
-{
-    const auto it = std::find_if(m_localLists.begin(), m_localLists.end(),
-                                 [&](const ComparisonList& list) { return list.id == id; });
-    return it == m_localLists.end() ? nullptr : &*it;
-}
-
-ComparisonList* Store::mutableList(const QUuid& id)
-{
-    return const_cast<ComparisonList*>(std::as_const(*this).list(id));
+    return universe().suggestions(query, excluding, limit);
 }
 
 const ComparisonList* Store::selectedList() const
 {
-    if (!m_selection)
-        return nullptr;
-    const auto id = m_selection->listId();
+    const auto id = m_selection ? m_selection->listId() : std::nullopt;
     return id ? list(*id) : nullptr;
-}
-
-ComparisonList* Store::mutableSelectedList()
-{
-    return const_cast<ComparisonList*>(selectedList());
 }
 
 const FeaturedCatalog::Collection* Store::selectedCollection() const
 {
-    if (!m_selection)
-        return nullptr;
-    const auto id = m_selection->featuredId();
-    return id ? m_catalog.collection(*id) : nullptr;
+    const auto id = m_selection ? m_selection->featuredId() : std::nullopt;
+    return id ? catalog().collection(*id) : nullptr;
 }
 
 void Store::select(const std::optional<SidebarItem>& item)
@@ -189,7 +118,7 @@ void Store::select(const std::optional<SidebarItem>& item)
 
 void Store::selectFallback()
 {
-    select(m_localLists.empty() ? std::nullopt : std::optional(SidebarItem::list(m_localLists.front().id)));
+    select(lists().empty() ? std::nullopt : std::optional(SidebarItem::list(lists().front().id)));
 }
 
 ListPeriod Store::selectedPeriod() const
@@ -197,60 +126,54 @@ ListPeriod Store::selectedPeriod() const
     if (const ComparisonList* list = selectedList())
         return list->period();
     if (m_selection)
-        return m_viewPeriods.value(m_selection->key(), ListPeriod{});
+        return m_view->viewPeriod(m_selection->key()).value_or(ListPeriod {});
     return {};
 }
 
-void Store::commitChange(ComparisonList& list, bool affectsComparison)
+void Store::listEdited(const ListEdit& edit)
 {
-    list.lastModifiedAt = currentTimeMilliseconds();
-    const bool selected = m_selection && m_selection->listId() == list.id;
-    saveLists();
-    Q_EMIT listsChanged();
-    if (affectsComparison && selected)
-        Q_EMIT comparisonInputsChanged();
+    const bool selected = m_selection && m_selection->listId() == edit.list.id;
+    switch (edit.kind) {
+    case ListEdit::Kind::setTickers:
+    case ListEdit::Kind::setPreset:
+    case ListEdit::Kind::setScenario:
+    case ListEdit::Kind::setBenchmark:
+        if (selected)
+            Q_EMIT comparisonInputsChanged();
+        break;
+    case ListEdit::Kind::remove:
+        m_view->setHighlights(SidebarItem::list(edit.list.id).key(), {});
+        if (selected)
+            selectFallback();
+        break;
+    case ListEdit::Kind::create:
+    case ListEdit::Kind::rename:
+    case ListEdit::Kind::touch:
+        break;
+    }
 }
 
-QString Store::nextListName() const
+bool Store::editSelected(ListEdit::Kind kind, const std::function<bool(ComparisonList&)>& change)
 {
-    for (int number = 1;; ++number) {
-        const QString candidate = newListPrefix + QString::number(number);
-        const bool taken = std::any_of(m_localLists.begin(), m_localLists.end(),
-                                       [&](const ComparisonList& list) { return list.name == candidate; });
-        if (!taken)
-            return candidate;
-    }
+    const ComparisonList* list = selectedList();
+    return list && m_lists->edit(list->id, kind, change);
 }
 
 QUuid Store::addList()
 {
-    const QUuid id = create(nextListName(), starterTickers());
-    if (!m_starterTipShown) {
-        m_starterTipShown = true;
-        showTip(starterTipText);
+    const QUuid id = create(m_lists->nextListName(newListPrefix), starterTickers());
+    if (!m_starterTickersShown) {
+        m_starterTickersShown = true;
+        Q_EMIT starterTickersAdded();
     }
     return id;
-}
-
-void Store::showTip(const QString& text)
-{
-    m_tip = text;
-    Q_EMIT tipChanged();
-    QTimer::singleShot(starterTipMilliseconds, this, [this, text] {
-        if (m_tip == text) {
-            m_tip.clear();
-            Q_EMIT tipChanged();
-        }
-    });
 }
 
 QUuid Store::create(const QString& name, const QStringList& tickers, Timeframe preset, const QString& benchmark)
 {
     auto list = ComparisonList::create(name, tickers, benchmark, preset);
     const QUuid id = list.id;
-    m_localLists.push_back(std::move(list));
-    saveLists();
-    Q_EMIT listsChanged();
+    m_lists->add(std::move(list));
     select(SidebarItem::list(id));
     return id;
 }
@@ -261,12 +184,9 @@ std::optional<QUuid> Store::duplicate(const QUuid& id)
     if (!original)
         return std::nullopt;
     const ComparisonList copy = *original;
-    const QUuid newId = create(leftCodePoints(copy.name + copySuffix, maxNameLength), copy.tickers, copy.preset,
-                               copy.benchmark);
-    if (ComparisonList* created = mutableList(newId); created && copy.period() != created->period()) {
-        created->setPeriod(copy.period());
-        commitChange(*created, true);
-    }
+    const QUuid newId
+        = create(leftCodePoints(copy.name + copySuffix, maxNameLength), copy.tickers, copy.preset, copy.benchmark);
+    setSelectedPeriod(copy.period());
     return newId;
 }
 
@@ -278,45 +198,30 @@ std::optional<QUuid> Store::saveFeaturedAsList()
     const FeaturedCatalog::Collection copy = *collection;
     const ListPeriod period = selectedPeriod();
     const QUuid id = create(copy.name, copy.tickers, period.preset);
-    if (ComparisonList* created = mutableList(id); created && period != created->period()) {
-        created->setPeriod(period);
-        commitChange(*created, true);
-    }
+    setSelectedPeriod(period);
     return id;
 }
 
 void Store::rename(const QUuid& id, const QString& to)
 {
-    ComparisonList* list = mutableList(id);
     const QString name = leftCodePoints(to.trimmed(), maxNameLength);
-    if (!list || name.isEmpty() || name == list->name)
-        return;
-    list->name = name;
-    commitChange(*list, false);
+    m_lists->edit(id, ListEdit::Kind::rename, [&](ComparisonList& list) {
+        if (name.isEmpty() || name == list.name)
+            return false;
+        list.name = name;
+        return true;
+    });
 }
 
 void Store::remove(const QUuid& id)
 {
-    const auto it = std::find_if(m_localLists.begin(), m_localLists.end(),
-                                 [&](const ComparisonList& list) { return list.id == id; });
-    if (it == m_localLists.end())
-        return;
-    const bool wasSelected = m_selection && m_selection->listId() == id;
-    m_localLists.erase(it);
-    m_highlights.remove(SidebarItem::list(id).key());
-    m_preferences->setHighlights(m_highlights);
-    if (m_renamingListId == id)
-        setRenamingListId(std::nullopt);
-    saveLists();
-    Q_EMIT listsChanged();
-    if (wasSelected)
-        selectFallback();
+    m_lists->remove(id);
 }
 
 Store::AddResult Store::addTickers(const QStringList& symbols)
 {
     AddResult result;
-    ComparisonList* list = mutableSelectedList();
+    const ComparisonList* list = selectedList();
     if (!list)
         return result;
     QStringList tickers = list->tickers;
@@ -329,7 +234,7 @@ Store::AddResult Store::addTickers(const QStringList& symbols)
         if (symbol.isEmpty() || present.contains(symbol))
             continue;
         // Before the universe arrives nothing can be called unknown.
-        if (!m_universe.isEmpty() && !m_universe.find(symbol)) {
+        if (!universe().isEmpty() && !universe().find(symbol)) {
             if (!reported.contains(symbol)) {
                 reported.insert(symbol);
                 result.unknown.append(symbol);
@@ -346,67 +251,67 @@ Store::AddResult Store::addTickers(const QStringList& symbols)
     }
     if (added.isEmpty())
         return result;
-    list->tickers = tickers;
-    m_justAdded = QSet<QString>(added.begin(), added.end());
-    commitChange(*list, true);
-    Q_EMIT justAddedChanged();
+    editSelected(ListEdit::Kind::setTickers, [&](ComparisonList& edited) {
+        edited.tickers = tickers;
+        return true;
+    });
+    m_view->setJustAdded(added);
     return result;
 }
 
 void Store::removeTickers(const QSet<QString>& symbols)
 {
-    ComparisonList* list = mutableSelectedList();
-    if (!list)
-        return;
-    const qsizetype before = list->tickers.size();
-    list->tickers.removeIf([&](const QString& ticker) { return symbols.contains(ticker); });
-    if (list->tickers.size() != before)
-        commitChange(*list, true);
+    editSelected(ListEdit::Kind::setTickers, [&](ComparisonList& list) {
+        return list.tickers.removeIf([&](const QString& ticker) { return symbols.contains(ticker); }) > 0;
+    });
 }
 
 void Store::makeBenchmark(const QString& ticker)
 {
-    ComparisonList* list = mutableSelectedList();
     const QString symbol = ticker.trimmed().toUpper();
-    if (!list || symbol.isEmpty())
+    if (symbol.isEmpty())
         return;
-    list->tickers.removeAll(symbol);
-    list->benchmark = symbol;
-    commitChange(*list, true);
+    // One edit for the account, though two fields change: the tickers lose it, the benchmark
+    // becomes it.
+    editSelected(ListEdit::Kind::setTickers, [&](ComparisonList& list) {
+        list.tickers.removeAll(symbol);
+        list.benchmark = symbol;
+        return true;
+    });
 }
 
 void Store::setBenchmark(const QString& ticker)
 {
-    ComparisonList* list = mutableSelectedList();
     const QString symbol = ticker.trimmed().toUpper();
-    if (!list || symbol.isEmpty() || symbol == list->benchmark)
+    if (symbol.isEmpty())
         return;
-    list->benchmark = symbol;
-    commitChange(*list, true);
+    editSelected(ListEdit::Kind::setBenchmark, [&](ComparisonList& list) {
+        if (symbol == list.benchmark)
+            return false;
+        list.benchmark = symbol;
+        return true;
+    });
 }
 
 void Store::touch(const QUuid& id)
 {
-    ComparisonList* list = mutableList(id);
-    if (!list)
-        return;
-    list->lastAccessedAt = currentTimeMilliseconds();
-    saveLists();
-    Q_EMIT listsChanged();
+    m_lists->edit(id, ListEdit::Kind::touch, [](ComparisonList&) { return true; });
 }
 
 void Store::setSelectedPeriod(const ListPeriod& period)
 {
-    if (ComparisonList* list = mutableSelectedList()) {
-        if (list->period() == period)
-            return;
-        list->setPeriod(period);
-        commitChange(*list, true);
+    if (selectedList()) {
+        editSelected(periodEditKind(period), [&](ComparisonList& list) {
+            if (list.period() == period)
+                return false;
+            list.setPeriod(period);
+            return true;
+        });
         return;
     }
     if (!m_selection || selectedPeriod() == period)
         return;
-    m_viewPeriods.insert(m_selection->key(), period);
+    m_view->setViewPeriod(m_selection->key(), period);
     Q_EMIT comparisonInputsChanged();
 }
 
@@ -431,46 +336,69 @@ void Store::alignStart(const QString& day)
     setCustomRange(day, std::nullopt);
 }
 
-void Store::setRenamingListId(const std::optional<QUuid>& id)
-{
-    if (id == m_renamingListId)
-        return;
-    m_renamingListId = id;
-    Q_EMIT renamingChanged();
-}
-
 QStringList Store::highlights() const
 {
-    return m_selection ? m_highlights.value(m_selection->key()) : QStringList();
+    return m_selection ? m_view->highlights(m_selection->key()) : QStringList();
 }
 
 void Store::setHighlights(const QStringList& tickers)
 {
-    if (!m_selection || highlights() == tickers)
-        return;
-    if (tickers.isEmpty())
-        m_highlights.remove(m_selection->key());
-    else
-        m_highlights.insert(m_selection->key(), tickers);
-    m_preferences->setHighlights(m_highlights);
-    Q_EMIT highlightsChanged();
+    if (m_selection)
+        m_view->setHighlights(m_selection->key(), tickers);
 }
 
-void Store::setLogScale(bool on)
+QStringList Store::selectedTickers() const
 {
-    if (on == m_logScale)
-        return;
-    m_logScale = on;
-    m_preferences->setLogScale(on);
-    Q_EMIT logScaleChanged(on);
+    if (const ComparisonList* list = selectedList())
+        return list->tickers;
+    if (const FeaturedCatalog::Collection* collection = selectedCollection())
+        return collection->tickers;
+    return {};
 }
 
-void Store::clearJustAdded()
+QString Store::selectedBenchmark() const
 {
-    if (m_justAdded.isEmpty())
+    if (const ComparisonList* list = selectedList())
+        return list->benchmark;
+    return QString::fromLatin1(defaultBenchmark);
+}
+
+void Store::connectService(const QUrl& marketData, const QUrl& web, bool loadInBackground)
+{
+    m_loader->setClient(APIClient(marketData, m_network));
+    m_related->setClient(*m_loader->client());
+    m_web = web;
+    Q_EMIT serviceConnected();
+    if (!loadInBackground)
         return;
-    m_justAdded.clear();
-    Q_EMIT justAddedChanged();
+    start();
+    refresh();
+}
+
+void Store::start()
+{
+    if (!client())
+        return;
+    QCoro::connect(m_reference->loadUniverse(*client()), this, [] {});
+    QCoro::connect(m_reference->loadCatalog(m_network, m_web), this, [] {});
+}
+
+void Store::refresh(bool force)
+{
+    const ComparisonList* list = selectedList();
+    if (!m_selection || (!list && !selectedCollection())) {
+        m_loader->load(std::nullopt, force);
+        return;
+    }
+    m_loader->load(LoadTarget { m_selection->key(), list ? std::optional(list->id) : std::nullopt, selectedTickers(),
+                       selectedBenchmark(), selectedPeriod() },
+        force);
+}
+
+QCoro::Task<MarketDataResult<Comparison>> Store::fetchComparison(
+    QStringList tickers, QString benchmark, ListPeriod period, Cancellation cancellation) const
+{
+    return m_loader->fetch(std::move(tickers), std::move(benchmark), std::move(period), std::move(cancellation));
 }
 
 } // namespace tessary

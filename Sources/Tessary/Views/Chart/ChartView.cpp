@@ -59,9 +59,9 @@ std::vector<QColor> ChartView::colorsFor(std::span<const ChartSeries> series)
     return colors;
 }
 
-void ChartView::setComparison(Comparison comparison)
+void ChartView::setComparison(std::shared_ptr<const Comparison> comparison)
 {
-    m_comparison = std::move(comparison);
+    m_comparison = comparison ? std::move(comparison) : std::make_shared<const Comparison>();
     m_labelPage = 0;
     rebuildAxis();
 }
@@ -117,8 +117,8 @@ QRectF ChartView::plotRect() const
 
 void ChartView::rebuildAxis()
 {
-    m_axis = TimeAxis::build(m_comparison.series, m_comparison.interval);
-    m_colors = colorsFor(m_comparison.series);
+    m_axis = TimeAxis::build(m_comparison->series, m_comparison->interval);
+    m_colors = colorsFor(m_comparison->series);
     relayout();
 }
 
@@ -129,11 +129,11 @@ void ChartView::relayout()
     if (m_zoomToPinned)
         for (const QString& ticker : m_focus->pinned())
             zoomTo.insert(ticker);
-    const YRange range = yDomain(m_comparison.series, zoomTo, m_log);
+    const YRange range = yDomain(m_comparison->series, zoomTo, m_log);
     m_mapper = ChartMapper(plot, m_axis, range, m_log);
-    m_paths.resize(m_comparison.series.size());
-    for (std::size_t s = 0; s < m_comparison.series.size(); ++s)
-        m_mapper.path(m_comparison.series[s], m_paths[s]);
+    m_paths.resize(m_comparison->series.size());
+    for (std::size_t s = 0; s < m_comparison->series.size(); ++s)
+        m_mapper.path(m_comparison->series[s], m_paths[s]);
     m_ticks = m_axis.ticks(plot.width(), ChartScale::tickSpacing);
     m_readoutIndex = -1;
     m_readout.clear();
@@ -146,9 +146,9 @@ void ChartView::relayout()
 void ChartView::placeLabels()
 {
     std::vector<EndLabels::Input> inputs;
-    inputs.reserve(m_comparison.series.size());
-    for (std::size_t s = 0; s < m_comparison.series.size(); ++s) {
-        const ChartSeries& line = m_comparison.series[s];
+    inputs.reserve(m_comparison->series.size());
+    for (std::size_t s = 0; s < m_comparison->series.size(); ++s) {
+        const ChartSeries& line = m_comparison->series[s];
         if (line.points.empty())
             continue;
         inputs.push_back(EndLabels::Input { line.ticker, m_mapper.y(line.points.back().value), m_colors[s],
@@ -168,7 +168,7 @@ void ChartView::invalidateStatic()
 
 bool ChartView::isHighlighted(std::size_t series) const
 {
-    return series < m_comparison.series.size() && m_focus->isHighlighted(m_comparison.series[series].ticker);
+    return series < m_comparison->series.size() && m_focus->isHighlighted(m_comparison->series[series].ticker);
 }
 
 void ChartView::rebuildStatic()
@@ -185,7 +185,7 @@ void ChartView::rebuildStatic()
     ChartPainter::Scene scene;
     scene.mapper = &m_mapper;
     scene.ticks = m_ticks;
-    scene.series = m_comparison.series;
+    scene.series = m_comparison->series;
     scene.paths = m_paths;
     scene.colors = m_colors;
     scene.highlighted = [this](std::size_t s) { return isHighlighted(s); };
@@ -219,7 +219,7 @@ void ChartView::paintEvent(QPaintEvent*)
     style.text = colors.color(QPalette::Text);
     style.secondary = colors.color(QPalette::PlaceholderText);
     style.background = colors.color(QPalette::Base);
-    m_readout.paint(painter, m_mapper, m_comparison.series, m_pointer->x(), style);
+    m_readout.paint(painter, m_mapper, m_comparison->series, m_pointer->x(), style);
 }
 
 QString ChartView::readoutHeader() const
@@ -287,10 +287,10 @@ void ChartView::pointerMoved(QPointF position)
         if (index != m_readoutIndex) {
             m_readoutIndex = index;
             if (index >= 0)
-                m_readout.rank(m_comparison.series, m_axis.dates()[static_cast<std::size_t>(index)]);
+                m_readout.rank(m_comparison->series, m_axis.dates()[static_cast<std::size_t>(index)]);
         }
         if (const auto line = lineNear(position))
-            hovered = m_comparison.series[*line].ticker;
+            hovered = m_comparison->series[*line].ticker;
     } else {
         m_pointer.reset();
         m_readoutIndex = -1;
@@ -326,7 +326,7 @@ void ChartView::mousePressEvent(QMouseEvent* event)
     }
     if (m_mapper.plot().contains(position))
         if (const auto line = lineNear(position))
-            m_focus->togglePinned(m_comparison.series[*line].ticker);
+            m_focus->togglePinned(m_comparison->series[*line].ticker);
 }
 
 void ChartView::leaveEvent(QEvent* event)

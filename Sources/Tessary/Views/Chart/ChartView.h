@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QColor>
+
 #include <QImage>
 #include <QPointer>
 #include <QPolygonF>
 #include <QWidget>
+#include <memory>
 
 #include <functional>
 #include <optional>
@@ -36,8 +38,9 @@ public:
     // `focus` is shared with the legend and the tables and must outlive the view.
     explicit ChartView(ChartFocus* focus, QWidget* parent = nullptr);
 
-    void setComparison(Comparison comparison);
-    const Comparison& comparison() const { return m_comparison; }
+    // Shared with the store and the tables rather than copied: a full list is megabytes.
+    void setComparison(std::shared_ptr<const Comparison> comparison);
+    const Comparison& comparison() const { return *m_comparison; }
     // Company names for the readout, by ticker; empty text when unknown.
     void setNameLookup(NameLookup names);
     void setLogScale(bool log);
@@ -89,7 +92,7 @@ private:
     QRectF plotRect() const;
 
     QPointer<ChartFocus> m_focus;
-    Comparison m_comparison;
+    std::shared_ptr<const Comparison> m_comparison = std::make_shared<const Comparison>();
     NameLookup m_names;
     bool m_log = false;
     bool m_zoomToPinned = false;

@@ -4,7 +4,6 @@
 #include "InputCommands.h"
 #include "JumpScore.h"
 #include "QuickJump.h"
-#include "RelatedCache.h"
 #include "RelatedTickersBar.h"
 #include "TickerEntry.h"
 #include "TickerInput.h"

@@ -1,7 +1,5 @@
 #include "RelatedTickersBar.h"
 
-#include "RelatedCache.h"
-
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPointer>
@@ -11,7 +9,7 @@
 
 #include "Tessary/Model/Palette.h"
 #include "Tessary/Store/Store.h"
-#include "Tessary/Views/Main/FlowLayout.h"
+#include "Tessary/Views/Common/FlowLayout.h"
 
 namespace tessary {
 
@@ -115,21 +113,10 @@ void RelatedTickersBar::startLoad()
 QCoro::Task<> RelatedTickersBar::load(QStringList tickers, Cancellation cancellation)
 {
     QPointer self(this);
-    const QString key = RelatedCache::key(tickers);
-    if (const auto cached = RelatedCache::shared().find(key)) {
-        present(*cached);
+    auto answer = co_await m_store.relatedTickers().fetch(tickers, requestLimit, cancellation);
+    // A failure leaves the last answer on screen.
+    if (!self || cancellation.isCancelled() || !answer)
         co_return;
-    }
-    if (cancellation.isCancelled() || !m_store.client())
-        co_return;
-    const APIClient client = *m_store.client();
-    auto answer = co_await client.related(tickers, requestLimit, cancellation);
-    if (!self || cancellation.isCancelled())
-        co_return;
-    // A failure leaves the last answer on screen: suggestions are a nicety, not worth an error.
-    if (!answer)
-        co_return;
-    RelatedCache::shared().insert(key, *answer);
     present(*answer);
 }
 

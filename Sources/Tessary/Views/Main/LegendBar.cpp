@@ -1,6 +1,6 @@
 #include "LegendBar.h"
 
-#include "FlowLayout.h"
+#include "Tessary/Views/Common/FlowLayout.h"
 
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
@@ -97,8 +97,8 @@ void LegendBar::refreshStates()
         font.setBold(m_focus.isHighlighted(it.key()) || added.contains(it.key()));
         chip->setFont(font);
         chip->setStyleSheet(added.contains(it.key())
-                                ? QStringLiteral("QToolButton { border: 1px solid palette(highlight); border-radius: 6px; }")
-                                : QString());
+                ? QStringLiteral("QToolButton { border: 1px solid palette(highlight); border-radius: 6px; }")
+                : QString());
     }
     if (m_reset)
         m_reset->setVisible(!m_focus.pinned().isEmpty());

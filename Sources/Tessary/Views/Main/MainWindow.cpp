@@ -21,6 +21,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QSplitter>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace tessary {
@@ -30,9 +31,11 @@ namespace {
 const QString appTitle = QStringLiteral("Tessary");
 const QString saveAsMineText = QStringLiteral("Save as My List");
 const QString simulatedText = QStringLiteral("Simulated data");
-const QString simulatedTip = QStringLiteral(
-    "These prices come from the built-in demo market: they are simulated, not real quotes.");
+const QString simulatedTip
+    = QStringLiteral("These prices come from the built-in demo market: they are simulated, not real quotes.");
 const QString lastQuotePrefix = QStringLiteral("Latest quote ");
+const QString starterTipText = QStringLiteral("We added a few starter tickers");
+constexpr int starterTipMilliseconds = 20'000;
 
 } // namespace
 
@@ -75,7 +78,7 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
     splitter->addWidget(m_sidebar);
     splitter->addWidget(content);
     splitter->setStretchFactor(1, 1);
-    splitter->setSizes({240, 1040});
+    splitter->setSizes({ 240, 1040 });
     setCentralWidget(splitter);
 
     m_quickJump = new QuickJump(store, this);
@@ -84,10 +87,29 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
     m_viewMenu->addSeparator();
     m_viewMenu->addAction(commands.focusTickerField);
     m_viewMenu->addAction(commands.jumpToList);
-    for (const auto signal : {&Store::selectionChanged, &Store::listsChanged, &Store::comparisonChanged,
-                              &Store::catalogChanged})
+    for (const auto signal :
+        { &Store::selectionChanged, &Store::listsChanged, &Store::comparisonChanged, &Store::catalogChanged })
         connect(&m_store, signal, this, &MainWindow::refreshHeader);
+    connect(&m_store, &Store::saveErrorChanged, this, &MainWindow::refreshStatusLine);
+    connect(&m_store, &Store::starterTickersAdded, this, [this] {
+        m_showingStarterTip = true;
+        refreshStatusLine();
+        QTimer::singleShot(starterTipMilliseconds, this, [this] {
+            m_showingStarterTip = false;
+            refreshStatusLine();
+        });
+    });
     refreshHeader();
+    refreshStatusLine();
+}
+
+void MainWindow::refreshStatusLine()
+{
+    // Losing the user's edits matters more than any tip, so the error wins the line.
+    const auto& error = m_store.saveError();
+    m_statusLine->setText(error ? *error : m_showingStarterTip ? starterTipText : QString());
+    m_statusLine->setStyleSheet(error ? QStringLiteral("QLabel { color: #c92a2a; }") : QString());
+    m_statusLine->setVisible(!m_statusLine->text().isEmpty());
 }
 
 QWidget* MainWindow::buildChart()
@@ -109,7 +131,7 @@ QWidget* MainWindow::buildChart()
 
     connect(&m_store, &Store::comparisonChanged, m_chartView, [this] {
         if (const auto& comparison = m_store.comparison())
-            m_chartView->setComparison(*comparison);
+            m_chartView->setComparison(comparison);
     });
     connect(&m_store, &Store::logScaleChanged, m_chartView, &ChartView::setLogScale);
     // Pinned tickers belong to the list on show and are kept with it.
@@ -136,13 +158,18 @@ QWidget* MainWindow::buildHeader()
     m_subtitle->setForegroundRole(QPalette::PlaceholderText);
     titles->addWidget(m_title);
     titles->addWidget(m_subtitle);
+    m_statusLine = new QLabel(header);
+    m_statusLine->setObjectName(QStringLiteral("statusLine"));
+    m_statusLine->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_statusLine->setForegroundRole(QPalette::PlaceholderText);
+    titles->addWidget(m_statusLine);
     layout->addLayout(titles, 1);
 
     m_dataSourceBadge = new QLabel(simulatedText, header);
     m_dataSourceBadge->setObjectName(QStringLiteral("dataSourceBadge"));
     m_dataSourceBadge->setToolTip(simulatedTip);
-    m_dataSourceBadge->setStyleSheet(QStringLiteral(
-        "QLabel { color: #8a5a00; background: #fff4d6; border: 1px solid #e8c66a; border-radius: 9px; padding: 2px 9px; }"));
+    m_dataSourceBadge->setStyleSheet(QStringLiteral("QLabel { color: #8a5a00; background: #fff4d6; border: 1px solid "
+                                                    "#e8c66a; border-radius: 9px; padding: 2px 9px; }"));
     m_dataSourceBadge->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     layout->addWidget(m_dataSourceBadge, 0, Qt::AlignVCenter);
 
@@ -190,8 +217,9 @@ void MainWindow::refreshHeader()
     }
     const auto& comparison = m_store.comparison();
     if (comparison && comparison->lastQuote)
-        subtitle += QStringLiteral(" · ") + lastQuotePrefix + DateLabel::display(MarketTime::dateOf(*comparison->lastQuote)) +
-                    u' ' + MarketTime::time(*comparison->lastQuote);
+        subtitle += QStringLiteral(" · ") + lastQuotePrefix
+            + DateLabel::display(MarketTime::dateOf(*comparison->lastQuote)) + u' '
+            + MarketTime::time(*comparison->lastQuote);
     m_title->setText(title);
     m_subtitle->setText(subtitle);
     m_title->setVisible(!title.isEmpty());

@@ -43,6 +43,8 @@ public:
     QuickJump* quickJump() const { return m_quickJump; }
     ChartFocus* focus() const { return m_focus; }
     QLabel* dataSourceBadge() const { return m_dataSourceBadge; }
+    // One line under the title: a failed save of the lists, or the starter-tickers tip.
+    QLabel* statusLine() const { return m_statusLine; }
     QAction* newListAction() const { return m_newList; }
     QAction* refreshAction() const { return m_refresh; }
     QAction* logScaleAction() const { return m_logScale; }
@@ -51,6 +53,7 @@ private:
     void buildMenus();
     QWidget* buildHeader();
     void refreshHeader();
+    void refreshStatusLine();
     QWidget* buildChart();
 
     Store& m_store;
@@ -68,6 +71,8 @@ private:
     QLabel* m_title = nullptr;
     QLabel* m_subtitle = nullptr;
     QLabel* m_dataSourceBadge = nullptr;
+    QLabel* m_statusLine = nullptr;
+    bool m_showingStarterTip = false;
     QPushButton* m_saveAsMine = nullptr;
     QAction* m_newList = nullptr;
     QAction* m_refresh = nullptr;

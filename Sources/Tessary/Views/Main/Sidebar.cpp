@@ -5,6 +5,7 @@
 #include <QHeaderView>
 #include <QMenu>
 #include <QPushButton>
+#include <QTimer>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 
@@ -20,8 +21,7 @@ const QString noListsText = QStringLiteral("No lists yet");
 const QString moreCollectionsTitle = QStringLiteral("More");
 constexpr int keyRole = Qt::UserRole;
 
-template <class T, class Key>
-void stableSortByOptional(std::vector<T>& items, Key key)
+template <class T, class Key> void stableSortByOptional(std::vector<T>& items, Key key)
 {
     // Items without a position keep their document order after those with one.
     std::stable_sort(items.begin(), items.end(), [&](const T& a, const T& b) {
@@ -69,19 +69,15 @@ Sidebar::Sidebar(Store& store, QWidget* parent)
             m_tree->editItem(item);
     });
     connect(m_tree, &QWidget::customContextMenuRequested, this, &Sidebar::showContextMenu);
-    connect(&m_store, &Store::listsChanged, this, &Sidebar::rebuild);
-    connect(&m_store, &Store::catalogChanged, this, &Sidebar::rebuild);
+    connect(&m_store, &Store::listsChanged, this, &Sidebar::scheduleRebuild);
+    connect(&m_store, &Store::catalogChanged, this, &Sidebar::scheduleRebuild);
     connect(&m_store, &Store::selectionChanged, this, &Sidebar::syncSelection);
-    connect(&m_store, &Store::renamingChanged, this, [this] {
-        if (const auto id = m_store.renamingListId())
-            startRenaming(*id);
-    });
     rebuild();
 }
 
 QTreeWidgetItem* Sidebar::addSection(const QString& title)
 {
-    auto* section = new QTreeWidgetItem(m_tree, {title.toUpper()});
+    auto* section = new QTreeWidgetItem(m_tree, { title.toUpper() });
     section->setFlags(Qt::ItemIsEnabled);
     QFont font = section->font(0);
     font.setBold(true);
@@ -92,6 +88,20 @@ QTreeWidgetItem* Sidebar::addSection(const QString& title)
     return section;
 }
 
+void Sidebar::scheduleRebuild()
+{
+    // Opening a list from the tree changes the lists (its access time), and clearing the tree
+    // from inside the tree's own selection signal pulls the item out from under it; so the
+    // rebuild waits for the event loop, and several changes in a row rebuild once.
+    if (m_rebuildPending)
+        return;
+    m_rebuildPending = true;
+    QTimer::singleShot(0, this, [this] {
+        m_rebuildPending = false;
+        rebuild();
+    });
+}
+
 void Sidebar::rebuild()
 {
     m_rebuilding = true;
@@ -100,13 +110,13 @@ void Sidebar::rebuild()
     QTreeWidgetItem* mine = addSection(myListsTitle);
     const auto lists = m_store.listsByRecency();
     for (const ComparisonList& list : lists) {
-        auto* item = new QTreeWidgetItem(mine, {list.name});
+        auto* item = new QTreeWidgetItem(mine, { list.name });
         item->setData(0, keyRole, SidebarItem::list(list.id).key());
         item->setToolTip(0, QStringLiteral("%1 tickers · benchmark %2").arg(list.tickers.size()).arg(list.benchmark));
         item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsEditable);
     }
     if (lists.empty()) {
-        auto* empty = new QTreeWidgetItem(mine, {noListsText});
+        auto* empty = new QTreeWidgetItem(mine, { noListsText });
         empty->setFlags(Qt::NoItemFlags);
     }
 
@@ -121,7 +131,7 @@ void Sidebar::rebuild()
             if (!belongs(collection))
                 continue;
             const QString title = collection.emoji ? *collection.emoji + u' ' + collection.name : collection.name;
-            auto* item = new QTreeWidgetItem(section, {title});
+            auto* item = new QTreeWidgetItem(section, { title });
             item->setData(0, keyRole, SidebarItem::featured(collection.id).key());
             item->setToolTip(0, collection.description.value_or(collection.tickers.join(QStringLiteral(", "))));
             item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
@@ -131,8 +141,8 @@ void Sidebar::rebuild()
     };
     for (const auto& category : categories)
         addCollections(addSection(category.label), [&](const auto& c) { return c.category == category.id; });
-    addCollections(addSection(moreCollectionsTitle),
-                   [&](const auto& c) { return !c.category || !catalog.category(*c.category); });
+    addCollections(
+        addSection(moreCollectionsTitle), [&](const auto& c) { return !c.category || !catalog.category(*c.category); });
 
     m_rebuilding = false;
     syncSelection();
@@ -183,7 +193,6 @@ void Sidebar::itemEdited(QTreeWidgetItem* item, int column)
     const auto selection = SidebarItem::fromKey(item->data(0, keyRole).toString());
     if (!selection || !selection->listId())
         return;
-    m_store.setRenamingListId(std::nullopt);
     const QUuid id = *selection->listId();
     m_store.rename(id, item->text(0));
     // A rejected name (blank) shows the old one again.
@@ -202,7 +211,7 @@ void Sidebar::showContextMenu(const QPoint& position)
         return;
     const QUuid id = *selection->listId();
     QMenu menu(this);
-    menu.addAction(QStringLiteral("Rename"), this, [this, id] { m_store.setRenamingListId(id); });
+    menu.addAction(QStringLiteral("Rename"), this, [this, id] { startRenaming(id); });
     menu.addAction(QStringLiteral("Duplicate"), this, [this, id] { m_store.duplicate(id); });
     menu.addSeparator();
     menu.addAction(QStringLiteral("Delete"), this, [this, id] { m_store.remove(id); });

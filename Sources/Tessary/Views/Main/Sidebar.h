@@ -24,6 +24,7 @@ public:
     void startRenaming(const QUuid& id);
 
 private:
+    void scheduleRebuild();
     void rebuild();
     void syncSelection();
     void itemActivated(QTreeWidgetItem* item);
@@ -35,6 +36,7 @@ private:
     QTreeWidget* m_tree = nullptr;
     QPushButton* m_newList = nullptr;
     bool m_rebuilding = false;
+    bool m_rebuildPending = false;
 };
 
 } // namespace tessary

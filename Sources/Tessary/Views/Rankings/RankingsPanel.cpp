@@ -57,7 +57,7 @@ RankingsPanel::RankingsPanel(Store& store, ChartFocus& focus, Preferences& prefe
 
 void RankingsPanel::refresh()
 {
-    const std::optional<Comparison>& comparison = m_store.comparison();
+    const auto& comparison = m_store.comparison();
     const QString benchmark = m_store.selectedBenchmark();
     RankingTableModel::Input input;
     if (comparison) {
@@ -74,7 +74,7 @@ void RankingsPanel::refresh()
 
 void RankingsPanel::refreshGrid()
 {
-    const std::optional<Comparison>& comparison = m_store.comparison();
+    const auto& comparison = m_store.comparison();
     MultiPeriodGridModel::Input input;
     input.benchmark = m_store.selectedBenchmark();
     input.periods = m_choice->periods();

@@ -1,0 +1,86 @@
+#include "ReferenceData.h"
+
+#include "AtomicFile.h"
+
+#include <QCoroNetworkReply>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QPointer>
+
+#include <memory>
+
+namespace tessary {
+
+namespace {
+
+const QString catalogPath = QStringLiteral("data/collections.json");
+
+struct ReplyDeleter {
+    void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
+};
+
+} // namespace
+
+ReferenceData::ReferenceData(QString catalogFile, QObject* parent)
+    : QObject(parent)
+    , m_catalogFile(std::move(catalogFile))
+{
+    if (const auto bytes = readWholeFile(m_catalogFile)) {
+        if (auto catalog = FeaturedCatalog::fromJson(*bytes))
+            m_catalog = std::move(*catalog);
+    }
+}
+
+bool ReferenceData::acceptCatalogDocument(const QByteArray& document)
+{
+    auto catalog = FeaturedCatalog::fromJson(document);
+    if (!catalog)
+        return false;
+    // Only a cache: without it the next start waits for the network, nothing is lost.
+    if (auto written = writeFileAtomically(m_catalogFile, document); !written)
+        qWarning("%s", qPrintable(written.error().description()));
+    if (*catalog != m_catalog) {
+        m_catalog = std::move(*catalog);
+        Q_EMIT catalogChanged();
+    }
+    return true;
+}
+
+void ReferenceData::setUniverse(std::vector<TickerInfo> infos)
+{
+    m_universe = TickerUniverse(std::move(infos));
+    Q_EMIT universeChanged();
+}
+
+QCoro::Task<> ReferenceData::loadUniverse(APIClient client)
+{
+    QPointer<ReferenceData> self(this);
+    auto universe = co_await client.tickers();
+    if (!self)
+        co_return;
+    if (!universe) {
+        qWarning("The ticker universe could not be loaded: %s", qPrintable(universe.error().description()));
+        co_return;
+    }
+    setUniverse(std::move(*universe));
+}
+
+QCoro::Task<> ReferenceData::loadCatalog(QNetworkAccessManager* network, QUrl web)
+{
+    QPointer<ReferenceData> self(this);
+    QUrl url = web;
+    url.setPath(url.path().endsWith(u'/') ? url.path() + catalogPath : url.path() + u'/' + catalogPath);
+    QNetworkRequest request(url);
+    request.setHeader(QNetworkRequest::UserAgentHeader, QString(APIClient::userAgent));
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferNetwork);
+    request.setTransferTimeout(static_cast<int>(APIClient::defaultTimeout.count()));
+    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(network->get(request));
+    co_await reply.get();
+    if (!self)
+        co_return;
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (reply->error() == QNetworkReply::NoError && status >= 200 && status <= 299)
+        acceptCatalogDocument(reply->readAll());
+}
+
+} // namespace tessary
