@@ -1,9 +1,12 @@
 #include "Tessary/Store/Store.h"
 
 #include <QDir>
+#include <QList>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <functional>
 
 using namespace tessary;
 
@@ -43,6 +46,10 @@ private Q_SLOTS:
     void periodsOfListsAndCuratedLists();
     void corruptListsFileIsKeptAside();
     void highlightsArePerListAndPersist();
+    void everyChangeIsOneNamedEdit_data();
+    void everyChangeIsOneNamedEdit();
+    void failedSaveIsShownUntilASaveSucceeds();
+    void accountListsStandInForLocalOnes();
 
 private:
     std::unique_ptr<Store> makeStore();
@@ -295,6 +302,86 @@ void StoreListTests::highlightsArePerListAndPersist()
     QCOMPARE(store->highlights(), QStringList { QStringLiteral("MSFT") });
     store->remove(a);
     QVERIFY(makeStore()->highlights().isEmpty());
+}
+
+using Kind = ListEdit::Kind;
+using Operation = std::function<void(Store&, const QUuid&)>;
+Q_DECLARE_METATYPE(Operation)
+Q_DECLARE_METATYPE(QList<ListEdit::Kind>)
+
+void StoreListTests::everyChangeIsOneNamedEdit_data()
+{
+    QTest::addColumn<Operation>("operation");
+    QTest::addColumn<QList<Kind>>("edits");
+
+    // The account follows lists by these names alone, so each operation must say exactly
+    // what it did — and an operation that changes nothing must say nothing.
+    const auto row
+        = [](const char* name, Operation operation, QList<Kind> edits) { QTest::newRow(name) << operation << edits; };
+    row("add tickers", [](Store& s, const QUuid&) { s.addTickers({ "NVDA" }); }, { Kind::setTickers });
+    row("add a ticker already there", [](Store& s, const QUuid&) { s.addTickers({ "aapl " }); }, {});
+    row("remove tickers", [](Store& s, const QUuid&) { s.removeTickers({ "AAPL" }); }, { Kind::setTickers });
+    row("make benchmark", [](Store& s, const QUuid&) { s.makeBenchmark("MSFT"); }, { Kind::setTickers });
+    row("set benchmark", [](Store& s, const QUuid&) { s.setBenchmark("QQQ"); }, { Kind::setBenchmark });
+    row("same benchmark", [](Store& s, const QUuid&) { s.setBenchmark("spy"); }, {});
+    row("preset", [](Store& s, const QUuid&) { s.setTimeframe(Timeframe::fiveYear); }, { Kind::setPreset });
+    row("scenario", [](Store& s, const QUuid&) { s.setScenario("covid-crash"); }, { Kind::setScenario });
+    row("custom range", [](Store& s, const QUuid&) { s.alignStart("2020-01-02"); }, { Kind::setScenario });
+    row("rename", [](Store& s, const QUuid& id) { s.rename(id, "Other"); }, { Kind::rename });
+    row("rename to blanks", [](Store& s, const QUuid& id) { s.rename(id, "  "); }, {});
+    row("delete", [](Store& s, const QUuid& id) { s.remove(id); }, { Kind::remove });
+    row("duplicate", [](Store& s, const QUuid& id) { s.duplicate(id); }, { Kind::create, Kind::touch });
+    row("open another list", [](Store& s, const QUuid&) { s.create("B", {}); }, { Kind::create, Kind::touch });
+}
+
+void StoreListTests::everyChangeIsOneNamedEdit()
+{
+    QFETCH(Operation, operation);
+    QFETCH(QList<Kind>, edits);
+    auto store = makeStore();
+    const QUuid id = store->create(QStringLiteral("A"), { QStringLiteral("AAPL"), QStringLiteral("MSFT") });
+    QList<Kind> seen;
+    connect(&store->listStore(), &ListStore::edited, this, [&](const ListEdit& edit) { seen.append(edit.kind); });
+    operation(*store, id);
+    QCOMPARE(seen, edits);
+}
+
+void StoreListTests::failedSaveIsShownUntilASaveSucceeds()
+{
+    auto store = makeStore();
+    // A directory where the file should be: every save fails as it would on a full disk.
+    const QString blocker = store->listsFile();
+    QVERIFY(QDir().mkpath(blocker));
+    QSignalSpy errors(store.get(), &Store::saveErrorChanged);
+    const QUuid id = store->create(QStringLiteral("Kept"), { QStringLiteral("AAPL") });
+    QVERIFY(store->saveError());
+    QVERIFY(store->saveError()->startsWith(QStringLiteral("Couldn't save your lists: ")));
+    QCOMPARE(store->list(id)->name, QStringLiteral("Kept")); // nothing lost in memory
+
+    QVERIFY(QDir(blocker).removeRecursively());
+    store->rename(id, QStringLiteral("Saved"));
+    QVERIFY(!store->saveError());
+    QCOMPARE(errors.count(), 2);
+    QCOMPARE(makeStore()->lists().front().name, QStringLiteral("Saved"));
+}
+
+void StoreListTests::accountListsStandInForLocalOnes()
+{
+    auto store = makeStore();
+    const QUuid local = store->create(QStringLiteral("Local"), { QStringLiteral("AAPL") });
+    const auto remote = ComparisonList::create(QStringLiteral("Remote"), { QStringLiteral("MSFT") });
+    store->listStore().setAccountLists({ remote });
+    QCOMPARE(store->lists().size(), 1u);
+    QVERIFY(!store->list(local));
+
+    // Edits go to the account's lists and are announced, never to the local file.
+    store->select(SidebarItem::list(remote.id));
+    store->addTickers({ QStringLiteral("NVDA") });
+    QCOMPARE(store->list(remote.id)->tickers, (QStringList { "MSFT", "NVDA" }));
+    QCOMPARE(makeStore()->lists().front().name, QStringLiteral("Local"));
+
+    store->listStore().leaveAccountMode();
+    QCOMPARE(store->list(local)->tickers, QStringList { QStringLiteral("AAPL") });
 }
 
 QTEST_GUILESS_MAIN(StoreListTests)

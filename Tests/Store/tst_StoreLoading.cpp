@@ -50,9 +50,13 @@ private Q_SLOTS:
     void failuresKeepWhatIsShown();
     void waitsForTheServiceThenLoads();
     void startLoadsUniverseAndCatalog();
+    void oldCacheEntriesAreShownAndReloaded();
+    void cacheKeepsTheMostRecentlyUsed();
 
 private:
     std::unique_ptr<Store> makeStore(bool connect = true);
+
+    ComparisonCache::Clock::time_point m_now {};
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<FixtureServer> m_server;
@@ -67,7 +71,7 @@ void StoreLoadingTests::init()
 
 std::unique_ptr<Store> StoreLoadingTests::makeStore(bool connect)
 {
-    auto store = test::openStore(*m_dir);
+    auto store = test::openStore(*m_dir, [this] { return m_now; });
     if (connect)
         store->connectService(m_server->baseUrl(), m_server->baseUrl());
     return store;
@@ -196,6 +200,46 @@ void StoreLoadingTests::startLoadsUniverseAndCatalog()
     auto again = makeStore();
     QTest::qWait(100);
     QCOMPARE(again->catalog().collections.size(), 1u);
+}
+
+void StoreLoadingTests::oldCacheEntriesAreShownAndReloaded()
+{
+    auto store = makeStore();
+    const QUuid a = store->create(QStringLiteral("A"), { QStringLiteral("AAPL") });
+    QTRY_VERIFY(store->comparison() != nullptr);
+    store->create(QStringLiteral("B"), { QStringLiteral("MSFT") });
+    QTRY_VERIFY(!store->isLoading());
+    QCOMPARE(pricesRequests(*m_server), 2);
+
+    m_now += 14min;
+    store->select(SidebarItem::list(a));
+    QVERIFY(!store->isLoading()); // still fresh: from the cache alone
+    QCOMPARE(pricesRequests(*m_server), 2);
+
+    store->select(SidebarItem::list(store->lists().back().id));
+    m_now += 2min;
+    store->select(SidebarItem::list(a));
+    const auto stale = store->comparison();
+    QVERIFY(stale); // shown at once, but no longer passed off as the latest
+    QVERIFY(store->isLoading());
+    QTRY_VERIFY(!store->isLoading());
+    QCOMPARE(pricesRequests(*m_server), 3);
+    QVERIFY(store->comparison() != stale);
+}
+
+void StoreLoadingTests::cacheKeepsTheMostRecentlyUsed()
+{
+    ComparisonCache cache(2, 15min);
+    const auto at = ComparisonCache::Clock::time_point {};
+    const auto comparison = std::make_shared<const Comparison>();
+    cache.insert(QStringLiteral("a"), comparison, at);
+    cache.insert(QStringLiteral("b"), comparison, at);
+    QVERIFY(cache.find(QStringLiteral("a"), at)); // "a" is now the most recent
+    cache.insert(QStringLiteral("c"), comparison, at);
+    QCOMPARE(cache.size(), 2u);
+    QVERIFY(!cache.find(QStringLiteral("b"), at));
+    QVERIFY(cache.find(QStringLiteral("a"), at)->fresh);
+    QVERIFY(!cache.find(QStringLiteral("a"), at + 16min)->fresh);
 }
 
 QTEST_GUILESS_MAIN(StoreLoadingTests)
