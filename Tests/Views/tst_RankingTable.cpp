@@ -45,7 +45,7 @@ QStringList displayOrder(const RankingTableModel& model)
 {
     QStringList tickers;
     for (int row = 0; row < model.rowCount(); ++row)
-        tickers.append(model.index(row, Column::ticker).data(RankingTableModel::TickerRole).toString());
+        tickers.append(model.index(row, int(Column::ticker)).data(RankingTableModel::TickerRole).toString());
     return tickers;
 }
 
@@ -99,8 +99,8 @@ void RankingTableTests::sortOrder_data()
     QTest::addColumn<bool>("ascending");
     QTest::addColumn<QStringList>("expected");
 
-    const int ret = Column::netReturn;
-    const int vol = Column::volatility;
+    const int ret = int(Column::netReturn);
+    const int vol = int(Column::volatility);
     // The whole ascending order is reversed, so equal values swap places when descending.
     QTest::newRow("equal returns, descending") << "A:0.1 B:0.1 C:0.2" << ret << false << QStringList { "C", "B", "A" };
     QTest::newRow("equal returns, ascending") << "A:0.1 B:0.1 C:0.2" << ret << true << QStringList { "A", "B", "C" };
@@ -151,7 +151,7 @@ void RankingTableTests::headingClicks()
     RankingTableModel model;
     model.setInput(inputOf(QStringLiteral("MID:0.1:0.2 WILD:0.5:0.6 CALM:0.01:0.05")));
     // Start from another column so that the first click really is a first click.
-    model.setSort(column == Column::sharpe ? Column::price : Column::sharpe, true);
+    model.setSort(column == int(Column::sharpe) ? Column::price : Column::sharpe, true);
     model.clickHeading(static_cast<Column>(column));
     QCOMPARE(displayOrder(model).front(), firstTop);
     model.clickHeading(static_cast<Column>(column));
@@ -210,7 +210,7 @@ void RankingTableTests::benchmarkRowAppearsOnce()
     RankingTableModel model;
     model.setInput({ rowsFrom(rows), rowsFrom(QStringLiteral("SPY:0.2")).front(), {}, QStringLiteral("SPY"), false });
     QCOMPARE(displayOrder(model), expected);
-    const QModelIndex benchmark = model.index(1, Column::netReturn);
+    const QModelIndex benchmark = model.index(1, int(Column::netReturn));
     QVERIFY(benchmark.data(RankingTableModel::BenchmarkRole).toBool());
     QCOMPARE(benchmark.data(RankingTableModel::RankCountRole).toInt(), 3);
 }
@@ -219,15 +219,15 @@ void RankingTableTests::headingsAndHoverText()
 {
     RankingTableModel model;
     model.setInput(inputOf(QStringLiteral("AAA:0.1 NEW:-!"), QStringLiteral("QQQ")));
-    QCOMPARE(model.headerData(Column::vsBenchmark, Qt::Horizontal).toString(), QStringLiteral("VS QQQ"));
-    QCOMPARE(model.headerData(Column::maxDrawdown, Qt::Horizontal).toString(), QStringLiteral("MAX DD"));
-    QVERIFY(model.headerData(Column::sharpe, Qt::Horizontal, Qt::ToolTipRole).isValid());
-    QVERIFY(!model.headerData(Column::price, Qt::Horizontal, Qt::ToolTipRole).isValid());
-    QCOMPARE(model.index(1, Column::cagr).data().toString(), QStringLiteral("NA"));
-    QCOMPARE(model.index(1, Column::ticker).data(Qt::ToolTipRole).toString(),
+    QCOMPARE(model.headerData(int(Column::vsBenchmark), Qt::Horizontal).toString(), QStringLiteral("VS QQQ"));
+    QCOMPARE(model.headerData(int(Column::maxDrawdown), Qt::Horizontal).toString(), QStringLiteral("MAX DD"));
+    QVERIFY(model.headerData(int(Column::sharpe), Qt::Horizontal, Qt::ToolTipRole).isValid());
+    QVERIFY(!model.headerData(int(Column::price), Qt::Horizontal, Qt::ToolTipRole).isValid());
+    QCOMPARE(model.index(1, int(Column::cagr)).data().toString(), QStringLiteral("NA"));
+    QCOMPARE(model.index(1, int(Column::ticker)).data(Qt::ToolTipRole).toString(),
         QStringLiteral("NEW's data starts on 2024-03-01, after this period begins, so its metrics show NA and "
                        "it's listed last."));
-    QVERIFY(!model.index(0, Column::ticker).data(Qt::ToolTipRole).isValid());
+    QVERIFY(!model.index(0, int(Column::ticker)).data(Qt::ToolTipRole).isValid());
 }
 
 void RankingTableTests::quoteLinks_data()
@@ -335,7 +335,7 @@ void RankingTableTests::clickThrough()
     QVERIFY(QTest::qWaitForWindowExposed(&table));
 
     QHeaderView* header = table.horizontalHeader();
-    const QPoint volatility(header->sectionViewportPosition(Column::volatility) + 20, header->height() / 2);
+    const QPoint volatility(header->sectionViewportPosition(int(Column::volatility)) + 20, header->height() / 2);
     QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, volatility);
     QCOMPARE(displayOrder(table.tableModel()), (QStringList { "CALM", "MID", "WILD" }));
     QCOMPARE(table.header().sortSection(), int(Column::volatility));
@@ -344,7 +344,7 @@ void RankingTableTests::clickThrough()
     QCOMPARE(displayOrder(table.tableModel()), (QStringList { "WILD", "MID", "CALM" }));
     QVERIFY(!table.header().sortAscending());
 
-    const QPoint firstRow = table.visualRect(table.tableModel().index(0, Column::cagr)).center();
+    const QPoint firstRow = table.visualRect(table.tableModel().index(0, int(Column::cagr))).center();
     QTest::mouseMove(table.viewport(), firstRow);
     QTRY_COMPARE(focus.hovered(), std::optional<QString>(QStringLiteral("WILD")));
     QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, firstRow);

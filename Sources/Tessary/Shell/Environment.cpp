@@ -52,20 +52,11 @@ std::expected<Environment, EnvironmentError> Environment::read(const QProcessEnv
     const std::pair<std::optional<QString> Environment::*, const char*> texts[] = {
         { &Environment::dataDir, "TESSARY_DATA_DIR" },
         { &Environment::added, "TESSARY_ADDED" },
-        { &Environment::beta, "TESSARY_BETA" },
-        { &Environment::internal, "TESSARY_INTERNAL" },
         { &Environment::tickerQuery, "TESSARY_TICKER_QUERY" },
         { &Environment::quickJump, "TESSARY_QUICKJUMP" },
-        { &Environment::widget, "TESSARY_WIDGET" },
-        { &Environment::widgetHover, "TESSARY_WIDGET_HOVER" },
-        { &Environment::hover, "TESSARY_HOVER" },
-        { &Environment::hoverSweep, "TESSARY_HOVER_SWEEP" },
-        { &Environment::exportSwitch, "TESSARY_EXPORT" },
         { &Environment::snapshot, "TESSARY_SNAPSHOT" },
         { &Environment::appearance, "TESSARY_APPEARANCE" },
         { &Environment::snapshotSize, "TESSARY_SNAPSHOT_SIZE" },
-        { &Environment::snapshotWindow, "TESSARY_SNAPSHOT_WINDOW" },
-        { &Environment::snapshotScroll, "TESSARY_SNAPSHOT_SCROLL" },
     };
     for (const auto& [member, name] : texts)
         environment.*member = text(variables, name);

@@ -20,28 +20,20 @@ struct EnvironmentError {
     friend bool operator==(const EnvironmentError&, const EnvironmentError&) = default;
 };
 
-// Every TESSARY_* variable, read once at start-up and passed down from there. A variable that
-// is not set is absent; tests build this struct themselves instead of touching the process.
+// The TESSARY_* variables the app acts on, read once at start-up and passed down from there.
+// A variable that is not set is absent; tests build this struct themselves instead of touching
+// the process.
 struct Environment {
     std::optional<QUrl> api; // TESSARY_API: market-data service base URL
     std::optional<QUrl> sessionApi; // TESSARY_SESSION_API: account service base URL
     std::optional<QUrl> web; // TESSARY_WEB: web front end
     std::optional<QString> dataDir; // TESSARY_DATA_DIR
     std::optional<QString> added; // TESSARY_ADDED
-    std::optional<QString> beta; // TESSARY_BETA
-    std::optional<QString> internal; // TESSARY_INTERNAL
     std::optional<QString> tickerQuery; // TESSARY_TICKER_QUERY
     std::optional<QString> quickJump; // TESSARY_QUICKJUMP
-    std::optional<QString> widget; // TESSARY_WIDGET
-    std::optional<QString> widgetHover; // TESSARY_WIDGET_HOVER
-    std::optional<QString> hover; // TESSARY_HOVER
-    std::optional<QString> hoverSweep; // TESSARY_HOVER_SWEEP
-    std::optional<QString> exportSwitch; // TESSARY_EXPORT
     std::optional<QString> snapshot; // TESSARY_SNAPSHOT
     std::optional<QString> appearance; // TESSARY_APPEARANCE
     std::optional<QString> snapshotSize; // TESSARY_SNAPSHOT_SIZE
-    std::optional<QString> snapshotWindow; // TESSARY_SNAPSHOT_WINDOW
-    std::optional<QString> snapshotScroll; // TESSARY_SNAPSHOT_SCROLL
 
     // Reads the variables from `variables` (the process's own by default). A service URL
     // that does not parse as an absolute http(s) URL is an error: there is no fallback.

@@ -28,8 +28,6 @@ public:
     QString multiPeriods() const;
     void setMultiPeriods(const QString& encoded);
 
-    QSettings& settings() { return *m_settings; }
-
 private:
     std::unique_ptr<QSettings> m_settings;
 };

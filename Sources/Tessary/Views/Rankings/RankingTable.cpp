@@ -35,7 +35,7 @@ void RankingTable::setInput(RankingTableModel::Input input)
 
 void RankingTable::syncHeader()
 {
-    header().setSortState(m_model->sortColumn(), m_model->ascending());
+    header().setSortState(static_cast<int>(m_model->sortColumn()), m_model->ascending());
 }
 
 void RankingTable::hoverRow(const QModelIndex& index)

@@ -12,9 +12,9 @@ const QString incompleteStarts = QStringLiteral("'s data starts on");
 const QString incompleteEnd
     = QStringLiteral(", after this period begins, so its metrics show NA and it's listed last.");
 
-RankColumn rankColumn(int column)
+int indexOf(RankColumn column)
 {
-    return static_cast<RankColumn>(column);
+    return static_cast<int>(column);
 }
 
 } // namespace
@@ -34,7 +34,7 @@ void RankingTableModel::setInput(Input input)
 
 void RankingTableModel::setSort(Column column, bool ascending)
 {
-    if (column < 0 || column >= count)
+    if (indexOf(column) < 0 || column >= RankColumn::count)
         return;
     beginResetModel();
     m_sortColumn = column;
@@ -42,7 +42,7 @@ void RankingTableModel::setSort(Column column, bool ascending)
     rebuild();
     endResetModel();
     // The chevron moves with the sort column.
-    Q_EMIT headerDataChanged(Qt::Horizontal, 0, count - 1);
+    Q_EMIT headerDataChanged(Qt::Horizontal, 0, columns - 1);
 }
 
 void RankingTableModel::clickHeading(Column column)
@@ -50,7 +50,7 @@ void RankingTableModel::clickHeading(Column column)
     if (column == m_sortColumn)
         setSort(column, !m_ascending);
     else
-        setSort(column, firstClickAscending(rankColumn(column)));
+        setSort(column, firstClickAscending(column));
 }
 
 void RankingTableModel::sort(int column, Qt::SortOrder order)
@@ -73,12 +73,12 @@ void RankingTableModel::rebuild()
     m_rankCounts.fill(0);
     for (const RankRow& row : all)
         m_ranks[row.ticker].fill(0);
-    for (int column = netReturn; column < count; ++column) {
-        const std::vector<int> places = rankPositions(all, rankColumn(column), &m_rankCounts[column]);
+    for (int column = indexOf(RankColumn::netReturn); column < columns; ++column) {
+        const std::vector<int> places = rankPositions(all, static_cast<RankColumn>(column), &m_rankCounts[column]);
         for (std::size_t i = 0; i < all.size(); ++i)
             m_ranks[all[i].ticker][column] = places[i];
     }
-    m_rows = sortRankRows(all, rankColumn(m_sortColumn), m_ascending);
+    m_rows = sortRankRows(all, m_sortColumn, m_ascending);
 }
 
 int RankingTableModel::rowCount(const QModelIndex& parent) const
@@ -88,27 +88,28 @@ int RankingTableModel::rowCount(const QModelIndex& parent) const
 
 int RankingTableModel::columnCount(const QModelIndex& parent) const
 {
-    return parent.isValid() ? 0 : Column::count;
+    return parent.isValid() ? 0 : columns;
 }
 
 QString RankingTableModel::displayText(const RankRow& row, Column column) const
 {
-    if (column == ticker)
+    if (column == RankColumn::ticker)
         return row.ticker;
-    const std::optional<double> value = rankValue(row, rankColumn(column));
+    const std::optional<double> value = rankValue(row, column);
     switch (column) {
-    case price:
+    case RankColumn::price:
         return Format::price(value);
-    case marketCap:
+    case RankColumn::marketCap:
         return value ? Format::marketCap(value) : QString();
     default:
         break;
     }
     if (!value)
         return missingText.toString();
-    if (column == sharpe)
+    if (column == RankColumn::sharpe)
         return Format::ratio(value);
-    return Format::percent(value, column == netReturn || column == vsBenchmark || column == cagr);
+    return Format::percent(
+        value, column == RankColumn::netReturn || column == RankColumn::vsBenchmark || column == RankColumn::cagr);
 }
 
 QVariant RankingTableModel::data(const QModelIndex& index, int role) const
@@ -117,7 +118,7 @@ QVariant RankingTableModel::data(const QModelIndex& index, int role) const
         return {};
     const RankRow& row = rowAt(index.row());
     const auto column = static_cast<Column>(index.column());
-    const int rank = m_ranks.value(row.ticker)[column];
+    const int rank = m_ranks.value(row.ticker)[indexOf(column)];
     switch (role) {
     case Qt::DisplayRole:
         return displayText(row, column);
@@ -125,19 +126,19 @@ QVariant RankingTableModel::data(const QModelIndex& index, int role) const
         return row.incomplete ? incompleteText(row) : QVariant();
     case Qt::TextAlignmentRole:
         return QVariant::fromValue(
-            column == ticker ? Qt::AlignLeft | Qt::AlignVCenter : Qt::AlignRight | Qt::AlignVCenter);
+            column == RankColumn::ticker ? Qt::AlignLeft | Qt::AlignVCenter : Qt::AlignRight | Qt::AlignVCenter);
     case Qt::ForegroundRole:
-        return rank > 0 ? QVariant(Palette::rankColor(rank, m_rankCounts[column])) : QVariant();
+        return rank > 0 ? QVariant(Palette::rankColor(rank, m_rankCounts[indexOf(column)])) : QVariant();
     case TickerRole:
         return row.ticker;
     case ValueRole: {
-        const auto value = rankValue(row, rankColumn(column));
+        const auto value = rankValue(row, column);
         return value ? QVariant(*value) : QVariant();
     }
     case RankRole:
         return rank > 0 ? QVariant(rank) : QVariant();
     case RankCountRole:
-        return isRankedColumn(rankColumn(column)) ? QVariant(m_rankCounts[column]) : QVariant();
+        return isRankedColumn(column) ? QVariant(m_rankCounts[indexOf(column)]) : QVariant();
     case IncompleteRole:
         return row.incomplete;
     case BenchmarkRole:
@@ -149,18 +150,18 @@ QVariant RankingTableModel::data(const QModelIndex& index, int role) const
 
 QVariant RankingTableModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || section < 0 || section >= count)
+    if (orientation != Qt::Horizontal || section < 0 || section >= columns)
         return QAbstractTableModel::headerData(section, orientation, role);
     const auto column = static_cast<Column>(section);
     switch (role) {
     case Qt::DisplayRole:
-        return rankColumnHeading(rankColumn(column), m_input.benchmark).toUpper();
+        return rankColumnHeading(column, m_input.benchmark).toUpper();
     case Qt::ToolTipRole: {
         const QString help = helpText(column);
         return help.isEmpty() ? QVariant() : QVariant(help);
     }
     case Qt::InitialSortOrderRole:
-        return firstClickAscending(rankColumn(column)) ? Qt::AscendingOrder : Qt::DescendingOrder;
+        return firstClickAscending(column) ? Qt::AscendingOrder : Qt::DescendingOrder;
     default:
         return {};
     }
@@ -175,17 +176,17 @@ QString RankingTableModel::incompleteText(const RankRow& row)
 QString RankingTableModel::helpText(Column column)
 {
     switch (column) {
-    case netReturn:
+    case RankColumn::netReturn:
         return QStringLiteral("How much the price grew over the period, dividends reinvested.");
-    case vsBenchmark:
+    case RankColumn::vsBenchmark:
         return QStringLiteral("The ticker's return minus the benchmark's over the same days.");
-    case cagr:
+    case RankColumn::cagr:
         return QStringLiteral("The yearly growth rate that compounds to the same result; needs a year of data.");
-    case volatility:
+    case RankColumn::volatility:
         return QStringLiteral("How much the price swings, as a yearly standard deviation. Lower is calmer.");
-    case sharpe:
+    case RankColumn::sharpe:
         return QStringLiteral("Return earned per unit of volatility. Higher pays better for the swings.");
-    case maxDrawdown:
+    case RankColumn::maxDrawdown:
         return QStringLiteral("The deepest fall from a high to a later low within the period.");
     default:
         return {};

@@ -18,8 +18,9 @@ class RankingTableModel : public QAbstractTableModel {
     Q_OBJECT
 
 public:
-    // The same cases as RankColumn, in display order.
-    enum Column { ticker, price, marketCap, netReturn, vsBenchmark, cagr, volatility, sharpe, maxDrawdown, count };
+    // The columns are the rank columns, in their order.
+    using Column = RankColumn;
+    static constexpr int columns = static_cast<int>(RankColumn::count);
 
     enum Role {
         TickerRole = Qt::UserRole,
@@ -72,12 +73,12 @@ private:
     QString displayText(const RankRow& row, Column column) const;
 
     Input m_input;
-    Column m_sortColumn = netReturn;
+    Column m_sortColumn = RankColumn::netReturn;
     bool m_ascending = false;
     std::vector<RankRow> m_rows; // display order
     // Ticker → rank per column (0 = none), counted over every row of the table.
-    QHash<QString, std::array<int, count>> m_ranks;
-    std::array<int, count> m_rankCounts {};
+    QHash<QString, std::array<int, columns>> m_ranks;
+    std::array<int, columns> m_rankCounts {};
 };
 
 } // namespace tessary
