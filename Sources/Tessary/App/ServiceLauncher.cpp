@@ -43,7 +43,7 @@ void ServiceLauncher::start(bool startLoads)
     });
     connect(m_engine, &server::ServerEngine::started, this, &ServiceLauncher::connectStore);
     connect(m_engine, &server::ServerEngine::failed, this,
-            [this](const QString& message) { Q_EMIT failed(embeddedFailedPrefix + message); });
+        [this](const QString& message) { Q_EMIT failed(embeddedFailedPrefix + message); });
     server::ServerOptions options;
     options.host = QStringLiteral("127.0.0.1");
     options.port = 0;
@@ -56,7 +56,9 @@ void ServiceLauncher::connectStore(const QUrl& marketData)
 {
     // The embedded service also serves the web documents, so it is the web origin too unless
     // one is configured.
-    m_store.connectService(marketData, m_environment.web.value_or(marketData), m_startLoads);
+    const QUrl web = m_environment.web.value_or(marketData);
+    m_store.account().setEndpoints(m_environment.sessionApi.value_or(marketData), web);
+    m_store.connectService(marketData, web, m_startLoads);
     Q_EMIT ready(marketData);
 }
 

@@ -1,6 +1,6 @@
 #include "ListStore.h"
 
-#include "AtomicFile.h"
+#include "Tessary/Shell/AtomicFile.h"
 
 #include "Tessary/Shell/Json.h"
 
@@ -144,7 +144,7 @@ void ListStore::save()
     const auto written = writeFileAtomically(m_file, ComparisonList::listToJson(m_local));
     std::optional<QString> error;
     if (!written)
-        error = saveErrorPrefix + written.error().description();
+        error = saveErrorPrefix + written.error().reason;
     if (error == m_saveError)
         return;
     m_saveError = error;

@@ -1,6 +1,6 @@
 #include "ReferenceData.h"
 
-#include "AtomicFile.h"
+#include "Tessary/Shell/AtomicFile.h"
 
 #include <QCoroNetworkReply>
 #include <QNetworkAccessManager>

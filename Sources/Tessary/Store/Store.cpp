@@ -41,6 +41,7 @@ Store::Store(Options options, QObject* parent)
     , m_network(options.network ? options.network : new QNetworkAccessManager(this))
 {
     QDir().mkpath(m_dataDirectory);
+    m_account = new AccountService(m_dataDirectory, m_network, this);
     m_lists = new ListStore(listsFile(), this);
     m_view = new ViewState(m_preferences, options.justAdded, this);
     m_reference = new ReferenceData(catalogFile(), this);
@@ -61,7 +62,19 @@ Store::Store(Options options, QObject* parent)
     connect(m_loader, &ComparisonLoader::comparisonChanged, this, &Store::comparisonChanged);
     connect(m_loader, &ComparisonLoader::loadingChanged, this, &Store::loadingChanged);
     connect(m_loader, &ComparisonLoader::loadErrorChanged, this, &Store::loadErrorChanged);
+    connect(m_account, &AccountService::signedOut, this, &Store::handleSignedOut);
     connect(this, &Store::comparisonInputsChanged, this, [this] { refresh(); });
+}
+
+void Store::handleSignedOut()
+{
+    // The account's lists go; the local ones, untouched meanwhile, come back.
+    if (!m_lists->isAccountMode())
+        return;
+    m_lists->leaveAccountMode();
+    if (!m_selection || (m_selection->listId() && !selectedList()))
+        selectFallback();
+    refresh();
 }
 
 Store::~Store() = default;
@@ -381,6 +394,8 @@ void Store::start()
         return;
     QCoro::connect(m_reference->loadUniverse(*client()), this, [] {});
     QCoro::connect(m_reference->loadCatalog(m_network, m_web), this, [] {});
+    if (m_account->status() == AccountService::Status::signedIn && !m_account->server().isEmpty())
+        QCoro::connect(m_account->refreshInfo(), this, [](const auto&) {});
 }
 
 void Store::refresh(bool force)

@@ -9,6 +9,7 @@
 #include "TickerUniverse.h"
 #include "ViewState.h"
 
+#include "Tessary/Account/AccountService.h"
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/ComparisonList.h"
 #include "Tessary/Model/FeaturedCatalog.h"
@@ -57,6 +58,10 @@ public:
     QString dataDirectory() const { return m_dataDirectory; }
     QString listsFile() const;
     QString catalogFile() const;
+
+    // The session with the account server; signing out brings the local lists back.
+    AccountService& account() { return *m_account; }
+    const AccountService& account() const { return *m_account; }
 
     // The parts, for what is not worth forwarding.
     ListStore& listStore() { return *m_lists; }
@@ -122,7 +127,8 @@ public:
     void connectService(const QUrl& marketData, const QUrl& web, bool loadInBackground = true);
     bool isServiceConnected() const { return m_loader->client().has_value(); }
     const std::optional<APIClient>& client() const { return m_loader->client(); }
-    // Fetches the universe and the curated catalog in the background.
+    // Fetches the universe and the curated catalog in the background, and the account's
+    // details when a session is stored.
     void start();
     // (Re)loads the selection's comparison; `force` skips the cache (Refresh).
     void refresh(bool force = false);
@@ -164,6 +170,7 @@ private:
     // Applies `change` to the selected list; reloads when it changed.
     bool editSelected(ListEdit::Kind kind, const std::function<bool(ComparisonList&)>& change);
     void listEdited(const ListEdit& edit);
+    void handleSignedOut();
     void setSelectedPeriod(const ListPeriod& period);
     void selectFallback();
 
@@ -171,6 +178,7 @@ private:
     std::shared_ptr<Preferences> m_preferences;
     QNetworkAccessManager* m_network = nullptr;
     QUrl m_web;
+    AccountService* m_account = nullptr;
     ListStore* m_lists = nullptr;
     ViewState* m_view = nullptr;
     ReferenceData* m_reference = nullptr;
