@@ -1,0 +1,10 @@
+#pragma once
+
+// Accounts of the companion server: the store, the account rules, the browser sign-in and the
+// account API.
+
+#include "TessaryServer/Account/AccountError.h"
+#include "TessaryServer/Account/AccountHandlers.h"
+#include "TessaryServer/Account/AccountStore.h"
+#include "TessaryServer/Account/Accounts.h"
+#include "TessaryServer/Account/SqliteAccountStore.h"
