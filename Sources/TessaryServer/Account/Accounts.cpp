@@ -38,6 +38,25 @@ const QString& decoyHash()
     return hash;
 }
 
+struct NewCredentials {
+    QString address;
+    QString passwordHash;
+};
+
+// What `add` and `resetPassword` store: the normalised address and the new password's hash.
+std::expected<NewCredentials, AccountError> newCredentials(const QString& email, const QString& password)
+{
+    const auto address = Accounts::normalisedEmail(email);
+    if (!address)
+        return std::unexpected(address.error());
+    if (auto checked = Accounts::checkPassword(password); !checked)
+        return std::unexpected(checked.error());
+    const auto hash = hashPassword(password);
+    if (!hash)
+        return std::unexpected(hash.error());
+    return NewCredentials { *address, *hash };
+}
+
 } // namespace
 
 Accounts::Accounts(std::unique_ptr<AccountStore> store, Clock clock)
@@ -63,19 +82,14 @@ std::expected<void, AccountError> Accounts::checkPassword(const QString& passwor
 
 std::expected<void, AccountError> Accounts::add(const QString& email, const QString& password)
 {
-    const auto address = normalisedEmail(email);
-    if (!address)
-        return std::unexpected(address.error());
-    if (auto checked = checkPassword(password); !checked)
-        return checked;
-    const auto hash = hashPassword(password);
-    if (!hash)
-        return std::unexpected(hash.error());
-    const auto added = stored(m_store->addAccount(*address, *hash, m_clock()));
+    const auto credentials = newCredentials(email, password);
+    if (!credentials)
+        return std::unexpected(credentials.error());
+    const auto added = stored(m_store->addAccount(credentials->address, credentials->passwordHash, m_clock()));
     if (!added)
         return std::unexpected(added.error());
     if (!*added)
-        return refuse(AccountError::Kind::emailTaken, *address);
+        return refuse(AccountError::Kind::emailTaken, credentials->address);
     return {};
 }
 
@@ -110,19 +124,14 @@ std::expected<void, AccountError> Accounts::remove(const QString& email)
 
 std::expected<void, AccountError> Accounts::resetPassword(const QString& email, const QString& password)
 {
-    const auto address = normalisedEmail(email);
-    if (!address)
-        return std::unexpected(address.error());
-    if (auto checked = checkPassword(password); !checked)
-        return checked;
-    const auto hash = hashPassword(password);
-    if (!hash)
-        return std::unexpected(hash.error());
-    const auto replaced = stored(m_store->replacePassword(*address, *hash));
+    const auto credentials = newCredentials(email, password);
+    if (!credentials)
+        return std::unexpected(credentials.error());
+    const auto replaced = stored(m_store->replacePassword(credentials->address, credentials->passwordHash));
     if (!replaced)
         return std::unexpected(replaced.error());
     if (!*replaced)
-        return refuse(AccountError::Kind::unknownAccount, *address);
+        return refuse(AccountError::Kind::unknownAccount, credentials->address);
     return {};
 }
 

@@ -27,14 +27,14 @@ std::expected<std::unique_ptr<MarketReader>, QString> ServerWorker::openDatabase
     return std::unique_ptr<MarketReader>(std::move(*database));
 }
 
-std::expected<std::unique_ptr<Accounts>, QString> ServerWorker::openAccounts() const
+std::expected<std::unique_ptr<Accounts>, DataError> ServerWorker::openAccounts() const
 {
     const bool inMemory = m_options.openMarket && m_options.dataDirectory.isEmpty();
     auto store = inMemory ? SqliteAccountStore::openInMemory()
                           : SqliteAccountStore::open(
                               m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory);
     if (!store)
-        return std::unexpected(store.error().description());
+        return std::unexpected(store.error());
     return std::make_unique<Accounts>(std::move(*store));
 }
 
@@ -58,7 +58,7 @@ void ServerWorker::run()
     m_handlers = std::make_unique<MarketHandlers>(*m_market);
     auto accounts = openAccounts();
     if (!accounts) {
-        Q_EMIT failed(accounts.error());
+        Q_EMIT failed(accounts.error().description());
         return;
     }
     m_accounts = std::move(*accounts);

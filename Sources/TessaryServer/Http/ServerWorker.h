@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ServerEngine.h"
+#include "TessaryServer/Data/DataError.h"
 
 #include <QObject>
 
@@ -34,7 +35,7 @@ Q_SIGNALS:
 
 private:
     std::expected<std::unique_ptr<MarketReader>, QString> openDatabase(const MarketProgress& progress) const;
-    std::expected<std::unique_ptr<Accounts>, QString> openAccounts() const;
+    std::expected<std::unique_ptr<Accounts>, DataError> openAccounts() const;
 
     ServerOptions m_options;
     std::unique_ptr<MarketReader> m_market;
