@@ -82,13 +82,13 @@ const SyntheticMarket& market()
 void pricesForFullList(benchmark::State& state, const char* preset)
 {
     const MarketHandlers handlers(market());
-    const HttpRequest request { .method = QByteArrayLiteral("GET"),
-        .path = QStringLiteral("/prices"),
-        .query = { { QStringLiteral("tickers"), market().allSymbols() },
-            { QStringLiteral("skip_unknown"), QStringLiteral("true") },
-            { QStringLiteral("metrics"), QStringLiteral("volatility,sharpe,period_max_drawdown") },
-            { QStringLiteral("preset"), QString::fromLatin1(preset) },
-            { QStringLiteral("intraday"), QStringLiteral("false") } } };
+    HttpRequest request;
+    request.path = QStringLiteral("/prices");
+    request.query = { { QStringLiteral("tickers"), market().allSymbols() },
+        { QStringLiteral("skip_unknown"), QStringLiteral("true") },
+        { QStringLiteral("metrics"), QStringLiteral("volatility,sharpe,period_max_drawdown") },
+        { QStringLiteral("preset"), QString::fromLatin1(preset) },
+        { QStringLiteral("intraday"), QStringLiteral("false") } };
     qsizetype bytes = 0;
     for (auto _ : state) {
         const HttpResponse response = handlers.handle(request);

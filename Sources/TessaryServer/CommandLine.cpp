@@ -1,5 +1,7 @@
 #include "CommandLine.h"
 
+#include <algorithm>
+
 namespace tessary::server {
 
 namespace {
@@ -94,6 +96,10 @@ std::expected<Command, UsageError> parseServe(ArgumentReader& reader)
             if (const auto flag = reader.noValue(option); !flag)
                 return std::unexpected(flag.error());
             command.options.demo = false;
+        } else if (option == u"--signup") {
+            if (const auto flag = reader.noValue(option); !flag)
+                return std::unexpected(flag.error());
+            command.options.signup = true;
         } else {
             return usage(QStringLiteral("serve: unknown argument \"%1\"").arg(option));
         }
@@ -146,6 +152,47 @@ std::expected<Command, UsageError> parseImport(ArgumentReader& reader)
     return ImportUniverseCommand { directory, paths.front() };
 }
 
+std::expected<Command, UsageError> parseAccount(ArgumentReader& reader)
+{
+    using Action = AccountCommand::Action;
+    static const QList<std::pair<QString, Action>> actions { { QStringLiteral("add"), Action::add },
+        { QStringLiteral("list"), Action::list }, { QStringLiteral("remove"), Action::remove },
+        { QStringLiteral("reset-password"), Action::resetPassword } };
+    if (reader.atEnd())
+        return usage(QStringLiteral("account needs add, list, remove or reset-password"));
+    const QString name = reader.next();
+    const auto action = std::ranges::find(actions, name, &std::pair<QString, Action>::first);
+    if (action == actions.end())
+        return usage(QStringLiteral("account: unknown action \"%1\" (add, list, remove or reset-password)").arg(name));
+
+    AccountCommand command;
+    command.action = action->second;
+    const bool takesPassword = command.action == Action::add || command.action == Action::resetPassword;
+    QStringList emails;
+    while (!reader.atEnd()) {
+        const QString argument = reader.next();
+        if (argument == u"--data-dir" || (argument == u"--password-file" && takesPassword)) {
+            const auto value = reader.value(argument);
+            if (!value)
+                return std::unexpected(value.error());
+            (argument == u"--data-dir" ? command.dataDirectory : command.passwordFile.emplace()) = *value;
+        } else if (argument.startsWith(u"--")) {
+            return usage(QStringLiteral("account %1: unknown option \"%2\"").arg(name, argument));
+        } else {
+            emails.append(argument);
+        }
+    }
+    if (command.action == Action::list && !emails.isEmpty())
+        return usage(QStringLiteral("account list takes no e-mail address"));
+    if (command.action != Action::list && emails.size() != 1)
+        return usage(QStringLiteral("account %1 needs exactly one e-mail address").arg(name));
+    if (!emails.isEmpty())
+        command.email = emails.front();
+    if (command.dataDirectory.isEmpty())
+        command.dataDirectory = defaultDataDirectory();
+    return command;
+}
+
 } // namespace
 
 std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments)
@@ -153,31 +200,41 @@ std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments
     if (arguments.contains(u"--help") || arguments.contains(u"-h"))
         return HelpCommand {};
     if (arguments.isEmpty())
-        return usage(QStringLiteral("no command given (serve or import)"));
+        return usage(QStringLiteral("no command given (serve, import or account)"));
     ArgumentReader reader(arguments.mid(1));
     if (arguments.front() == u"serve")
         return parseServe(reader);
     if (arguments.front() == u"import")
         return parseImport(reader);
-    return usage(QStringLiteral("unknown command \"%1\" (serve or import)").arg(arguments.front()));
+    if (arguments.front() == u"account")
+        return parseAccount(reader);
+    return usage(QStringLiteral("unknown command \"%1\" (serve, import or account)").arg(arguments.front()));
 }
 
 QString usageText()
 {
     return QStringLiteral(R"(Usage:
-  tessary-server serve [--host 127.0.0.1] [--port N] [--data-dir DIR] [--no-demo]
+  tessary-server serve [--host 127.0.0.1] [--port N] [--data-dir DIR] [--no-demo] [--signup]
   tessary-server import prices [--data-dir DIR] PATH...
   tessary-server import universe [--data-dir DIR] FILE
+  tessary-server account add EMAIL [--data-dir DIR] [--password-file FILE]
+  tessary-server account list [--data-dir DIR]
+  tessary-server account remove EMAIL [--data-dir DIR]
+  tessary-server account reset-password EMAIL [--data-dir DIR] [--password-file FILE]
   tessary-server --help
 
 serve             Serves the market data over HTTP: GET /tickers, /prices,
-                  /tickergraph/related and /data/collections.json. Prints
+                  /tickergraph/related and /data/collections.json; the browser
+                  sign-in page /connect/mac; and the account API: POST and DELETE
+                  /device/token, GET /account/info. Prints
                   "listening on http://HOST:PORT" as its first line once it accepts
                   connections, and stops cleanly on SIGINT or SIGTERM.
   --host ADDRESS  Address to bind (default 127.0.0.1; "localhost" and IPv6 work too).
   --port N        Port to bind; 0 or none picks a free one.
-  --data-dir DIR  Folder of the market database (default %1).
+  --data-dir DIR  Folder of the database (default %1).
   --no-demo       Do not seed the simulated demo market into an empty database.
+  --signup        Let the sign-in page create accounts (otherwise only
+                  "account add" does).
 
 import prices     Imports daily prices from per-symbol CSV files, or folders of them.
                   The symbol is the file name (BRK.B.csv is BRK.B) unless a symbol column
@@ -187,6 +244,13 @@ import prices     Imports daily prices from per-symbol CSV files, or folders of 
                   reported with file:line and skipped; everything else is one transaction.
 import universe   Imports symbol metadata from a CSV file with a header row (Symbol or
                   Ticker, Name, Sector, Industry, Exchange, Type, Market Cap, ...).
+
+account add       Adds an account. The password is the first line of FILE, or is typed
+                  twice at the terminal (not shown); it needs at least 8 characters.
+account list      Prints every account's e-mail address, one a line.
+account remove    Removes an account and signs out all its devices.
+account reset-password
+                  Sets a new password (read as for "add") and signs out all devices.
 
 Every problem is reported on its own line; a failed command exits with a non-zero status.
 )")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TessaryServer/Account/AccountCommand.h"
 #include "TessaryServer/Http/ServerEngine.h"
 
 #include <QString>
@@ -26,7 +27,7 @@ struct ImportUniverseCommand {
     QString file;
 };
 
-using Command = std::variant<HelpCommand, ServeCommand, ImportPricesCommand, ImportUniverseCommand>;
+using Command = std::variant<HelpCommand, ServeCommand, ImportPricesCommand, ImportUniverseCommand, AccountCommand>;
 
 struct UsageError {
     QString message;

@@ -1,5 +1,7 @@
-// tessary-server: serves the market data over HTTP and imports real prices into its store.
+// tessary-server: serves the market data and the accounts over HTTP, imports real prices into
+// its store and manages its accounts.
 
+#include "TessaryServer/Account/AccountCommand.h"
 #include "TessaryServer/CommandLine.h"
 #include "TessaryServer/Data/Data.h"
 #include "TessaryServer/Http/ServerEngine.h"
@@ -92,6 +94,19 @@ int runImport(const QString& directory, const std::function<ImportReport(MarketD
     return report.succeeded() ? 0 : 1;
 }
 
+int runAccount(const AccountCommand& command)
+{
+    const auto result = runAccountCommand(command,
+        [&command] { return command.passwordFile ? readPasswordFile(*command.passwordFile) : readPasswordTwice(); });
+    if (!result) {
+        printProblem(result.error().description());
+        return 1;
+    }
+    for (const QString& line : *result)
+        printLine(stdout, line);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -115,7 +130,9 @@ int main(int argc, char* argv[])
         return runImport(prices->dataDirectory,
             [prices](MarketDatabase& database) { return importPrices(database, prices->paths); });
     }
-    const auto& universe = std::get<ImportUniverseCommand>(*command);
-    return runImport(universe.dataDirectory,
-        [&universe](MarketDatabase& database) { return importUniverse(database, universe.file); });
+    if (const auto* universe = std::get_if<ImportUniverseCommand>(&*command)) {
+        return runImport(universe->dataDirectory,
+            [universe](MarketDatabase& database) { return importUniverse(database, universe->file); });
+    }
+    return runAccount(std::get<AccountCommand>(*command));
 }

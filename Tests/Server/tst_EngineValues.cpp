@@ -109,7 +109,8 @@ void EngineValueTests::matchesIndependentValues()
     if (!m_realMarket)
         QSKIP("../shared/data is not present in this checkout");
 
-    HttpRequest request { .method = "GET", .path = QStringLiteral("/prices"), .query = {} };
+    HttpRequest request;
+    request.path = QStringLiteral("/prices");
     QStringList symbols;
     for (const QJsonValue expected : tickers)
         symbols.append(expected[u"ticker"].toString());
@@ -373,11 +374,10 @@ void EngineValueTests::metricsPresence()
     info.symbol = QStringLiteral("X");
     market.addSymbol(info, dailyBarsFromText(bars));
     const DailyHistory& history = *market.dailyBars(info.symbol);
-    const HttpRequest request { .method = "GET",
-        .path = QStringLiteral("/prices"),
-        .query
-        = { { QStringLiteral("tickers"), QStringLiteral("X") }, { QStringLiteral("start"), day(history.front().date) },
-            { QStringLiteral("end"), day(history.back().date) } } };
+    HttpRequest request;
+    request.path = QStringLiteral("/prices");
+    request.query = { { QStringLiteral("tickers"), QStringLiteral("X") },
+        { QStringLiteral("start"), day(history.front().date) }, { QStringLiteral("end"), day(history.back().date) } };
     const QJsonObject ranking = okBody(MarketHandlers(market).handle(request))[u"rankings"][0].toObject();
     QCOMPARE(ranking.contains(u"cagr"), hasCagr);
     QCOMPARE(ranking.contains(u"volatility"), hasVolatility);
@@ -428,10 +428,10 @@ void EngineValueTests::intradaySeries()
     market.addSymbol(info, dailyBarsFromText(QStringLiteral("2021-01-06 9,2021-01-07 10,2021-01-08 14")), intraday);
     market.setDataSource(DataSource::simulated);
 
-    const HttpRequest request { .method = "GET",
-        .path = QStringLiteral("/prices"),
-        .query = { { QStringLiteral("tickers"), QStringLiteral("X") }, { QStringLiteral("preset"), preset },
-            { QStringLiteral("intraday"), QStringLiteral("true") } } };
+    HttpRequest request;
+    request.path = QStringLiteral("/prices");
+    request.query = { { QStringLiteral("tickers"), QStringLiteral("X") }, { QStringLiteral("preset"), preset },
+        { QStringLiteral("intraday"), QStringLiteral("true") } };
     const QJsonObject body = okBody(MarketHandlers(market).handle(request));
     QCOMPARE(body[u"range"][u"interval"].toString(), interval);
     QCOMPARE(body[u"data_source"].toString(), QStringLiteral("simulated"));

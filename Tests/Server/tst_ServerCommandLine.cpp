@@ -95,9 +95,9 @@ void ServerCommandLineTests::parse_data()
     QTest::newRow("import universe") << "import universe --data-dir /d u.csv"
                                      << "universe /d u.csv";
     QTest::newRow("nothing") << ""
-                             << "error: no command given (serve or import)";
+                             << "error: no command given (serve, import or account)";
     QTest::newRow("unknown command") << "run"
-                                     << "error: unknown command \"run\" (serve or import)";
+                                     << "error: unknown command \"run\" (serve, import or account)";
     QTest::newRow("port out of range") << "serve --port 70000"
                                        << "error: --port must be a number from 0 to 65535, not \"70000\"";
     QTest::newRow("port missing") << "serve --port"

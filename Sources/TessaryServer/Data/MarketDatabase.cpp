@@ -6,6 +6,7 @@
 #include <sqlite3.h>
 
 #include "TessaryServer/Data/Statement.h"
+#include "TessaryServer/Data/StoreFile.h"
 
 namespace tessary::server {
 
@@ -22,38 +23,6 @@ QDate dateOfDay(qint64 day)
     return QDate::fromJulianDay(day + epochJulianDay);
 }
 
-constexpr auto schemaSql = R"(
-CREATE TABLE symbols (
-    id INTEGER PRIMARY KEY,
-    symbol TEXT NOT NULL UNIQUE,
-    name TEXT NOT NULL,
-    is_etf INTEGER NOT NULL DEFAULT 0,
-    is_fund INTEGER NOT NULL DEFAULT 0,
-    market_cap REAL,
-    sector TEXT,
-    industry TEXT,
-    exchange TEXT
-);
-CREATE TABLE daily_bars (
-    symbol_id INTEGER NOT NULL REFERENCES symbols(id) ON DELETE CASCADE,
-    day INTEGER NOT NULL,
-    close REAL NOT NULL,
-    adj_close REAL NOT NULL,
-    PRIMARY KEY (symbol_id, day)
-) WITHOUT ROWID;
-CREATE TABLE intraday_bars (
-    symbol_id INTEGER NOT NULL REFERENCES symbols(id) ON DELETE CASCADE,
-    time INTEGER NOT NULL,
-    close REAL NOT NULL,
-    adj_close REAL NOT NULL,
-    PRIMARY KEY (symbol_id, time)
-) WITHOUT ROWID;
-CREATE TABLE meta (
-    key TEXT PRIMARY KEY,
-    value TEXT NOT NULL
-);
-)";
-
 std::unexpected<DataError> failure(const QString& text)
 {
     return std::unexpected(DataError { text });
@@ -63,19 +32,11 @@ std::unexpected<DataError> failure(const QString& text)
 
 std::expected<std::unique_ptr<MarketDatabase>, DataError> MarketDatabase::open(const QString& directory)
 {
-    if (!QDir().mkpath(directory))
-        return failure(QStringLiteral("cannot create the data directory %1").arg(directory));
-    const QString path = QDir(directory).filePath(QString::fromLatin1(fileName));
-    sqlite3* connection = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
-    if (sqlite3_open_v2(path.toUtf8().constData(), &connection, flags, nullptr) != SQLITE_OK) {
-        const QString reason = QString::fromUtf8(sqlite3_errmsg(connection));
-        sqlite3_close(connection);
-        return failure(QStringLiteral("cannot open %1: %2").arg(path, reason));
-    }
-    std::unique_ptr<MarketDatabase> database(new MarketDatabase(connection, path));
-    if (auto prepared = database->prepareSchema(); !prepared)
-        return failure(QStringLiteral("cannot open %1: %2").arg(path, prepared.error().message));
+    auto connection = openStoreFile(directory);
+    if (!connection)
+        return std::unexpected(connection.error());
+    std::unique_ptr<MarketDatabase> database(
+        new MarketDatabase(*connection, QDir(directory).filePath(QString::fromLatin1(fileName))));
     database->reload();
     return database;
 }
@@ -89,36 +50,6 @@ MarketDatabase::MarketDatabase(sqlite3* connection, QString path)
 MarketDatabase::~MarketDatabase()
 {
     sqlite3_close(m_connection);
-}
-
-std::expected<void, DataError> MarketDatabase::prepareSchema()
-{
-    sqlite3_busy_timeout(m_connection, 5000);
-    // WAL lets a reader (the server) and a writer (an import) work at the same time.
-    for (const char* pragma :
-        { "PRAGMA journal_mode = WAL", "PRAGMA foreign_keys = ON", "PRAGMA synchronous = NORMAL" })
-        if (auto done = execute(m_connection, pragma); !done)
-            return done;
-    auto version = Statement::prepare(m_connection, "PRAGMA user_version");
-    if (!version)
-        return std::unexpected(version.error());
-    const qint64 current = version->next() ? version->integer(0) : 0;
-    if (current > schemaVersion)
-        return failure(QStringLiteral("it was written by a newer version (schema %1, this one reads %2)")
-                           .arg(current)
-                           .arg(schemaVersion));
-    if (current == schemaVersion)
-        return {};
-    if (auto done = execute(m_connection, "BEGIN IMMEDIATE"); !done)
-        return done;
-    auto created = execute(m_connection, schemaSql);
-    if (created)
-        created = execute(m_connection, "PRAGMA user_version = 1");
-    if (!created) {
-        execute(m_connection, "ROLLBACK");
-        return created;
-    }
-    return execute(m_connection, "COMMIT");
 }
 
 void MarketDatabase::reload()

@@ -13,21 +13,21 @@
 #include <vector>
 
 #include "TessaryServer/Data/DataError.h"
+#include "TessaryServer/Data/StoreFile.h"
 #include "TessaryServer/MarketReader.h"
 
 struct sqlite3;
 
 namespace tessary::server {
 
-// The server's store: one SQLite file (`market.sqlite`, WAL) in the data directory with the
+// The server's market data, in the store file it shares with the accounts (StoreFile.h): the
 // symbols and their metadata, daily and 15-minute bars and a little bookkeeping. Reads are
 // served from memory: the universe is loaded once, a symbol's bars on first use, and both are
 // handed out as shared immutable snapshots. Writes go through `write`, one transaction each.
 // The connection is serialised, so the reader may be used from the server's thread.
 class MarketDatabase final : public MarketReader {
 public:
-    static constexpr int schemaVersion = 1;
-    static constexpr auto fileName = "market.sqlite";
+    static constexpr auto fileName = storeFileName;
     // Keys of the meta table.
     static constexpr auto dataSourceKey = "data_source"; // "simulated" or "imported"
     static constexpr auto demoSeedKey = "demo_seed";
@@ -91,7 +91,6 @@ public:
 
 private:
     MarketDatabase(sqlite3* connection, QString path);
-    std::expected<void, DataError> prepareSchema();
     void reload();
     DataError lastError(const QString& what) const;
 

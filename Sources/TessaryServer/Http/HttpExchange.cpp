@@ -13,11 +13,22 @@ std::optional<QString> HttpRequest::item(QStringView name) const
     return std::nullopt;
 }
 
+std::optional<QByteArray> HttpRequest::header(QByteArrayView name) const
+{
+    for (const auto& [key, value] : headers) {
+        if (key.compare(name, Qt::CaseInsensitive) == 0)
+            return value;
+    }
+    return std::nullopt;
+}
+
 HttpResponse HttpResponse::json(QByteArray body, int status)
 {
-    return HttpResponse {
-        .status = status, .contentType = QByteArrayLiteral("application/json"), .body = std::move(body)
-    };
+    HttpResponse response;
+    response.status = status;
+    response.contentType = QByteArrayLiteral("application/json");
+    response.body = std::move(body);
+    return response;
 }
 
 HttpResponse HttpResponse::error(int status, const QString& message)

@@ -2,6 +2,7 @@
 
 #include <QHttpServerRequest>
 #include <QHttpServerResponder>
+#include <QHttpServerResponse>
 #include <QUrlQuery>
 
 #include <exception>
@@ -38,6 +39,10 @@ HttpRequest toHttpRequest(const QHttpServerRequest& request)
     parsed.query.reserve(items.size());
     for (const auto& [key, value] : items)
         parsed.query.emplace_back(key, value);
+    for (const auto& [name, value] : request.headers())
+        parsed.headers.emplace_back(name, value);
+    parsed.body = request.body();
+    parsed.clientAddress = request.remoteAddress().toString();
     return parsed;
 }
 
@@ -78,9 +83,11 @@ bool HttpTransport::handleRequest(const QHttpServerRequest& request, QTcpSocket*
         // here, and the client still gets an answer.
         response = HttpResponse::error(500, QStringLiteral("internal error: ") + QString::fromUtf8(failure.what()));
     }
-    auto responder = makeResponder(request, socket);
-    responder.write(
-        response.body, response.contentType, static_cast<QHttpServerResponder::StatusCode>(response.status));
+    QHttpServerResponse reply(
+        response.contentType, response.body, static_cast<QHttpServerResponder::StatusCode>(response.status));
+    for (const auto& [name, value] : response.headers)
+        reply.addHeader(name, value);
+    reply.write(makeResponder(request, socket));
     return true;
 }
 

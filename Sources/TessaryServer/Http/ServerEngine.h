@@ -27,7 +27,11 @@ struct ServerOptions {
     quint16 port = 0; // 0: any free port
     QString dataDirectory; // empty: defaultDataDirectory()
     bool demo = true; // seed the demo market into an empty store
-    // Replaces the store in `dataDirectory` (tests serve a market held in memory).
+    // The connect page may create accounts. Off for a shared server, where accounts are added
+    // with `tessary-server account add`; on for the app's embedded service on its own machine.
+    bool signup = false;
+    // Replaces the store in `dataDirectory` (tests serve a market held in memory). Without a
+    // data directory the accounts are then held in memory too.
     MarketOpener openMarket;
 };
 

@@ -2,6 +2,7 @@
 
 #include "HttpTransport.h"
 #include "MarketHandlers.h"
+#include "TessaryServer/Account/Account.h"
 #include "TessaryServer/Data/Data.h"
 
 #include <QThread>
@@ -26,6 +27,17 @@ std::expected<std::unique_ptr<MarketReader>, QString> ServerWorker::openDatabase
     return std::unique_ptr<MarketReader>(std::move(*database));
 }
 
+std::expected<std::unique_ptr<Accounts>, DataError> ServerWorker::openAccounts() const
+{
+    const bool inMemory = m_options.openMarket && m_options.dataDirectory.isEmpty();
+    auto store = inMemory ? SqliteAccountStore::openInMemory()
+                          : SqliteAccountStore::open(
+                              m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory);
+    if (!store)
+        return std::unexpected(store.error());
+    return std::make_unique<Accounts>(std::move(*store));
+}
+
 void ServerWorker::run()
 {
     const auto address = HttpTransport::parseHost(m_options.host);
@@ -44,10 +56,18 @@ void ServerWorker::run()
     }
     m_market = std::move(*market);
     m_handlers = std::make_unique<MarketHandlers>(*m_market);
+    auto accounts = openAccounts();
+    if (!accounts) {
+        Q_EMIT failed(accounts.error().description());
+        return;
+    }
+    m_accounts = std::move(*accounts);
+    m_accountHandlers = std::make_unique<AccountHandlers>(*m_accounts, m_options.signup);
 
-    const MarketHandlers* handlers = m_handlers.get();
-    m_transport
-        = std::make_unique<HttpTransport>([handlers](const HttpRequest& request) { return handlers->handle(request); });
+    m_transport = std::make_unique<HttpTransport>(
+        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get()](const HttpRequest& request) {
+            return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
+        });
     const auto port = m_transport->start(*address, m_options.port);
     if (!port) {
         Q_EMIT failed(port.error());
@@ -60,6 +80,8 @@ void ServerWorker::run()
 void ServerWorker::shutdown()
 {
     m_transport.reset();
+    m_accountHandlers.reset();
+    m_accounts.reset();
     m_handlers.reset();
     m_market.reset();
     thread()->quit();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ServerEngine.h"
+#include "TessaryServer/Data/DataError.h"
 
 #include <QObject>
 
@@ -8,11 +9,13 @@
 
 namespace tessary::server {
 
+class AccountHandlers;
+class Accounts;
 class HttpTransport;
 class MarketHandlers;
 
 // Lives on the service thread and owns everything that must stay there: the market, the
-// handlers and the HTTP server.
+// accounts, the handlers and the HTTP server.
 class ServerWorker : public QObject {
     Q_OBJECT
 
@@ -32,10 +35,13 @@ Q_SIGNALS:
 
 private:
     std::expected<std::unique_ptr<MarketReader>, QString> openDatabase(const MarketProgress& progress) const;
+    std::expected<std::unique_ptr<Accounts>, DataError> openAccounts() const;
 
     ServerOptions m_options;
     std::unique_ptr<MarketReader> m_market;
     std::unique_ptr<MarketHandlers> m_handlers;
+    std::unique_ptr<Accounts> m_accounts;
+    std::unique_ptr<AccountHandlers> m_accountHandlers;
     std::unique_ptr<HttpTransport> m_transport;
 };
 

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "AccountStore.h"
+
+#include <memory>
+#include <mutex>
+
+struct sqlite3;
+
+namespace tessary::server {
+
+// Accounts in the server's SQLite store file, on their own connection beside the market's.
+// Each call is one statement (or one transaction), so `tessary-server account …` may change
+// accounts while a server process on the same file serves them.
+class SqliteAccountStore final : public AccountStore {
+public:
+    static std::expected<std::unique_ptr<SqliteAccountStore>, DataError> open(const QString& directory);
+    // A store that lives as long as the object: for a server whose market is held in memory.
+    static std::expected<std::unique_ptr<SqliteAccountStore>, DataError> openInMemory();
+    ~SqliteAccountStore() override;
+    SqliteAccountStore(const SqliteAccountStore&) = delete;
+    SqliteAccountStore& operator=(const SqliteAccountStore&) = delete;
+
+    std::expected<bool, DataError> addAccount(
+        const QString& email, const QString& passwordHash, const QDateTime& now) override;
+    std::expected<std::optional<AccountRecord>, DataError> findAccount(const QString& email) const override;
+    std::expected<QStringList, DataError> emails() const override;
+    std::expected<bool, DataError> removeAccount(const QString& email) override;
+    std::expected<bool, DataError> replacePassword(const QString& email, const QString& passwordHash) override;
+    std::expected<void, DataError> addCode(
+        const QString& digest, const CodeGrant& grant, const QDateTime& now) override;
+    std::expected<std::optional<CodeGrant>, DataError> takeCode(const QString& digest) override;
+    std::expected<void, DataError> addToken(const QString& digest, qint64 accountId, const QDateTime& now) override;
+    std::expected<std::optional<AccountRecord>, DataError> accountForToken(const QString& digest) const override;
+    std::expected<bool, DataError> removeToken(const QString& digest) override;
+    std::expected<QByteArray, DataError> formSecret() override;
+
+private:
+    explicit SqliteAccountStore(sqlite3* connection);
+    // Runs one statement binding `texts` to ?1, ?2, …; returns how many rows it changed.
+    std::expected<int, DataError> change(const char* sql, const QStringList& texts);
+    std::expected<std::optional<AccountRecord>, DataError> account(const char* sql, const QString& key) const;
+
+    sqlite3* m_connection = nullptr;
+    mutable std::recursive_mutex m_mutex;
+    QByteArray m_formSecret;
+};
+
+} // namespace tessary::server

@@ -1,0 +1,210 @@
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrlQuery>
+
+#include <csignal>
+
+namespace {
+
+const QString executable = QStringLiteral(TESSARY_SERVER_EXECUTABLE);
+const QString verifier = QStringLiteral("dBjftJeZ4CVP-mB92K27uhbUJU1p1r_wW1gFWFOEjXk");
+const QString challenge = QStringLiteral("E9Melhoa2OwvFrEMTJguCHaoeK1t8URWbuGJSstw-cM");
+
+struct Finished {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+Finished run(const QStringList& arguments, const QByteArray& input = {})
+{
+    QProcess process;
+    process.start(executable, arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(60'000))
+        qWarning("tessary-server %s did not finish", qPrintable(arguments.join(u' ')));
+    return Finished { process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()).trimmed(),
+        QString::fromUtf8(process.readAllStandardError()).trimmed() };
+}
+
+struct Reply {
+    int status = 0;
+    QByteArray body;
+    QByteArray location;
+};
+
+Reply send(QNetworkAccessManager& network, const QByteArray& method, const QUrl& url, const QByteArray& body = {},
+    const QByteArray& contentType = {}, const QString& token = {})
+{
+    QNetworkRequest request(url);
+    // The redirect is what is checked, not followed: nothing listens on the app's port.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    if (!contentType.isEmpty())
+        request.setHeader(QNetworkRequest::ContentTypeHeader, contentType);
+    if (!token.isEmpty())
+        request.setRawHeader("Authorization", "Bearer " + token.toLatin1());
+    std::unique_ptr<QNetworkReply> reply(network.sendCustomRequest(request, method, body));
+    QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+    if (!reply->isFinished() && !finished.wait(10'000))
+        qWarning("no reply from %s", qPrintable(url.toString()));
+    return Reply { reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll(),
+        reply->rawHeader("Location") };
+}
+
+} // namespace
+
+class AccountsServerTests : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void accountCommands_data();
+    void accountCommands();
+    void signInThroughTheRunningServer();
+
+private:
+    QTemporaryDir m_directory;
+    QString m_data;
+};
+
+void AccountsServerTests::initTestCase()
+{
+    QVERIFY(m_directory.isValid());
+    m_data = m_directory.filePath(QStringLiteral("data"));
+    QFile file(m_directory.filePath(QStringLiteral("password")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("from a file\n");
+}
+
+void AccountsServerTests::accountCommands_data()
+{
+    QTest::addColumn<QString>("arguments"); // split at spaces; PASSWORD_FILE is the file above
+    QTest::addColumn<QByteArray>("input");
+    QTest::addColumn<int>("exitCode");
+    QTest::addColumn<QString>("output"); // all of stdout, or a part of the one line on stderr
+
+    // The rows build on each other, in this order, on one data directory.
+    QTest::newRow("add from a file") << "add Ann@Example.com --password-file PASSWORD_FILE" << QByteArray() << 0
+                                     << "added ann@example.com";
+    QTest::newRow("add twice") << "add ann@example.com --password-file PASSWORD_FILE" << QByteArray() << 1
+                               << "An account for ann@example.com already exists.";
+    QTest::newRow("add typed twice") << "add bob@example.com" << QByteArray("typed twice\ntyped twice\n") << 0
+                                     << "added bob@example.com";
+    QTest::newRow("passwords differ") << "add cat@example.com" << QByteArray("typed twice\ntyped thrice\n") << 1
+                                      << "The two passwords do not match.";
+    QTest::newRow("empty password") << "add cat@example.com" << QByteArray("\n\n") << 1 << "at least 8 characters";
+    QTest::newRow("no password at all") << "add cat@example.com" << QByteArray() << 1 << "no password was typed";
+    QTest::newRow("not an address") << "add cat.example.com" << QByteArray() << 1
+                                    << "\"cat.example.com\" is not an e-mail address.";
+    QTest::newRow("missing password file") << "add cat@example.com --password-file /nonexistent/pw" << QByteArray() << 1
+                                           << "cannot read the password file /nonexistent/pw";
+    QTest::newRow("list") << "list" << QByteArray() << 0 << "ann@example.com\nbob@example.com";
+    QTest::newRow("reset unknown") << "reset-password cat@example.com --password-file PASSWORD_FILE" << QByteArray()
+                                   << 1 << "There is no account for cat@example.com.";
+    QTest::newRow("reset") << "reset-password bob@example.com" << QByteArray("new secret\nnew secret\n") << 0
+                           << "changed the password of bob@example.com and signed out its devices";
+    QTest::newRow("remove") << "remove BOB@example.com" << QByteArray() << 0 << "removed bob@example.com";
+    QTest::newRow("remove again") << "remove bob@example.com" << QByteArray() << 1
+                                  << "There is no account for bob@example.com.";
+    QTest::newRow("list after removal") << "list" << QByteArray() << 0 << "ann@example.com";
+    QTest::newRow("list with an address")
+        << "list ann@example.com" << QByteArray() << 2 << "account list takes no e-mail address";
+    QTest::newRow("password file for remove") << "remove ann@example.com --password-file PASSWORD_FILE" << QByteArray()
+                                              << 2 << "unknown option \"--password-file\"";
+    QTest::newRow("unknown action") << "rename a@b.c" << QByteArray() << 2 << "unknown action \"rename\"";
+}
+
+void AccountsServerTests::accountCommands()
+{
+    QFETCH(QString, arguments);
+    QFETCH(QByteArray, input);
+    QFETCH(int, exitCode);
+    QFETCH(QString, output);
+    QStringList list = arguments.split(u' ');
+    list.replaceInStrings(QStringLiteral("PASSWORD_FILE"), m_directory.filePath(QStringLiteral("password")));
+    const Finished finished = run(
+        QStringList { QStringLiteral("account") } + list + QStringList { QStringLiteral("--data-dir"), m_data }, input);
+    QCOMPARE(finished.exitCode, exitCode);
+    if (exitCode == 0) {
+        QCOMPARE(finished.out, output);
+    } else {
+        QVERIFY(finished.out.isEmpty());
+        QVERIFY2(!finished.err.contains(u'\n') && finished.err.contains(output), qPrintable(finished.err));
+    }
+}
+
+void AccountsServerTests::signInThroughTheRunningServer()
+{
+    QTemporaryDir data;
+    QCOMPARE(run({ QStringLiteral("account"), QStringLiteral("add"), QStringLiteral("dee@example.com"),
+                     QStringLiteral("--data-dir"), data.path() },
+                 "dee's password\ndee's password\n")
+                 .exitCode,
+        0);
+    QProcess server;
+    server.start(executable,
+        { QStringLiteral("serve"), QStringLiteral("--no-demo"), QStringLiteral("--data-dir"), data.path() });
+    QVERIFY(server.waitForStarted(10'000));
+    QTRY_VERIFY_WITH_TIMEOUT(server.canReadLine(), 30'000);
+    const auto match = QRegularExpression(QStringLiteral("^listening on (http://127\\.0\\.0\\.1:\\d+)$"))
+                           .match(QString::fromUtf8(server.readLine()).trimmed());
+    QVERIFY(match.hasMatch());
+    const QUrl base(match.captured(1));
+    QNetworkAccessManager network;
+
+    QUrl pageUrl = base.resolved(QUrl(QStringLiteral("/connect/mac")));
+    pageUrl.setQuery(QStringLiteral("challenge=%1&state=xyz&port=49152&name=Dee%27s%20PC").arg(challenge));
+    const Reply page = send(network, "GET", pageUrl);
+    QCOMPARE(page.status, 200);
+    const QString form = QRegularExpression(QStringLiteral("name=\"form\" value=\"([^\"]*)\""))
+                             .match(QString::fromUtf8(page.body))
+                             .captured(1);
+    QVERIFY(page.body.contains("Connect Tessary on Dee's PC?"));
+
+    QByteArrayList fields;
+    for (const auto& [name, value] :
+        { std::pair { "challenge", challenge }, { "state", QStringLiteral("xyz") }, { "port", QStringLiteral("49152") },
+            { "name", QStringLiteral("Dee's PC") }, { "form", form }, { "email", QStringLiteral("dee@example.com") },
+            { "password", QStringLiteral("dee's password") }, { "decision", QStringLiteral("approve") } })
+        fields.append(name + QByteArray("=") + QUrl::toPercentEncoding(value));
+    const Reply approved = send(
+        network, "POST", pageUrl.adjusted(QUrl::RemoveQuery), fields.join('&'), "application/x-www-form-urlencoded");
+    QCOMPARE(approved.status, 303);
+    const QUrl callback(QString::fromLatin1(approved.location));
+    QCOMPARE(callback.adjusted(QUrl::RemoveQuery), QUrl(QStringLiteral("http://127.0.0.1:49152/callback")));
+    const QString code = QUrlQuery(callback).queryItemValue(QStringLiteral("code"));
+    QCOMPARE(QUrlQuery(callback).queryItemValue(QStringLiteral("state")), QStringLiteral("xyz"));
+
+    const QUrl tokenUrl = base.resolved(QUrl(QStringLiteral("/device/token")));
+    const QByteArray exchange = QJsonDocument(QJsonObject { { "code", code }, { "verifier", verifier } }).toJson();
+    const Reply issued = send(network, "POST", tokenUrl, exchange, "application/json");
+    QCOMPARE(issued.status, 200);
+    const QString token = QJsonDocument::fromJson(issued.body)[u"token"].toString();
+    QCOMPARE(send(network, "POST", tokenUrl, exchange, "application/json").status, 400);
+
+    const QUrl infoUrl = base.resolved(QUrl(QStringLiteral("/account/info")));
+    const Reply info = send(network, "GET", infoUrl, {}, {}, token);
+    QCOMPARE(info.status, 200);
+    QCOMPARE(QJsonDocument::fromJson(info.body)[u"email"].toString(), QStringLiteral("dee@example.com"));
+    QCOMPARE(send(network, "DELETE", tokenUrl, {}, {}, token).status, 204);
+    QCOMPARE(send(network, "GET", infoUrl, {}, {}, token).status, 401);
+    QCOMPARE(send(network, "GET", base.resolved(QUrl(QStringLiteral("/tickers")))).status, 200);
+
+    ::kill(static_cast<pid_t>(server.processId()), SIGTERM);
+    QVERIFY(server.waitForFinished(10'000));
+    QCOMPARE(server.exitCode(), 0);
+    const QByteArray printed = server.readAll() + server.readAllStandardError();
+    for (const QString& secret : { code, token, QStringLiteral("dee's password") })
+        QVERIFY2(!printed.contains(secret.toUtf8()), printed.constData());
+}
+
+QTEST_GUILESS_MAIN(AccountsServerTests)
+#include "tst_AccountsServer.moc"
