@@ -49,6 +49,8 @@ void ServiceLauncher::start(bool startLoads)
     options.port = 0;
     options.dataDirectory = QDir(m_store.dataDirectory()).filePath(QStringLiteral("server"));
     options.demo = true;
+    // The embedded service runs on the user's own machine, so it may create their account.
+    options.signup = true;
     m_engine->start(options);
 }
 
