@@ -1,5 +1,6 @@
-// tessary: the desktop app, and `tessary compare` for the terminal.
+// tessary: the desktop app, and `tessary compare` and `tessary account` for the terminal.
 
+#include "Tessary/App/AccountCommand.h"
 #include "Tessary/App/CompareCommand.h"
 #include "Tessary/App/ServiceLauncher.h"
 #include "Tessary/Shell/Environment.h"
@@ -8,8 +9,8 @@
 #include "Tessary/Views/Main/MainWindow.h"
 
 #include <QApplication>
-#include <QRegularExpression>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QTimer>
 
 #include <cstdio>
@@ -42,8 +43,8 @@ void armSnapshot(MainWindow& window, const Environment& environment)
     elapsed->start();
     QObject::connect(poll, &QTimer::timeout, &window, [&window, path, poll, elapsed] {
         const ChartArea::State state = window.chartArea()->state();
-        const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error ||
-                             state == ChartArea::State::empty || state == ChartArea::State::welcome;
+        const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error
+            || state == ChartArea::State::empty || state == ChartArea::State::welcome;
         constexpr qint64 giveUpMilliseconds = 180'000;
         if (!settled && elapsed->elapsed() < giveUpMilliseconds)
             return;
@@ -52,9 +53,9 @@ void armSnapshot(MainWindow& window, const Environment& environment)
         // One more moment so the chart's first paint is in the picture.
         QTimer::singleShot(500, &window, [&window, path, state] {
             const bool saved = window.grab().save(path);
-            static const char* names[] = {"welcome", "loading", "empty", "error", "chart"};
+            static const char* names[] = { "welcome", "loading", "empty", "error", "chart" };
             std::printf("snapshot: %s %s%s\n", names[static_cast<int>(state)], qPrintable(path),
-                        saved ? "" : " (could not be written)");
+                saved ? "" : " (could not be written)");
             std::fflush(stdout);
             QCoreApplication::exit(state == ChartArea::State::chart && saved ? 0 : 2);
         });
@@ -102,7 +103,7 @@ int runWindow(int argc, char** argv)
     QStringList added;
     if (environment->added)
         added = environment->added->split(QRegularExpression(QStringLiteral("[,\\s]+")), Qt::SkipEmptyParts);
-    Store store(Store::Options{environment->dataDir.value_or(QString()), nullptr, added, nullptr});
+    Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, added, nullptr });
     MainWindow window(store, *environment);
     ServiceLauncher launcher(store, *environment);
     QObject::connect(&launcher, &ServiceLauncher::progress, window.chartArea(), &ChartArea::setServiceProgress);
@@ -122,6 +123,11 @@ int main(int argc, char** argv)
         QCoreApplication app(argc, argv);
         describeApplication();
         return runCompareCommand(QCoreApplication::arguments().mid(2));
+    }
+    if (argc > 1 && qstrcmp(argv[1], "account") == 0) {
+        QCoreApplication app(argc, argv);
+        describeApplication();
+        return runAccountCommand(QCoreApplication::arguments().mid(2));
     }
     return runWindow(argc, argv);
 }

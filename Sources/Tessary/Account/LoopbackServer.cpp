@@ -101,9 +101,15 @@ void LoopbackServer::respond(QTcpSocket* socket)
     const QList<QByteArray> words = line.split(' ');
     std::optional<CallbackItems> callback;
     socket->write(replyFor(words.size() > 1 ? words[1] : QByteArray("/"), &callback));
+    // Handed over once the page is out: a sign-in that ends at once (the user denied) must
+    // not leave the browser with half a page.
+    if (callback) {
+        connect(socket, &QTcpSocket::disconnected, this, [this, items = *callback] {
+            if (!m_done)
+                deliver(items);
+        });
+    }
     socket->disconnectFromHost();
-    if (callback && !m_done)
-        deliver(*callback);
 }
 
 void LoopbackServer::deliver(const std::expected<CallbackItems, AccountError>& result)

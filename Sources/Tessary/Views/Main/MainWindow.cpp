@@ -3,6 +3,7 @@
 #include "ChartArea.h"
 #include "LegendBar.h"
 #include "PeriodBar.h"
+#include "SettingsWindow.h"
 #include "Sidebar.h"
 
 #include "Tessary/Views/Chart/ChartFocus.h"
@@ -103,6 +104,16 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
     refreshStatusLine();
 }
 
+SettingsWindow* MainWindow::showSettings()
+{
+    if (!m_settings)
+        m_settings = new SettingsWindow(m_store.account(), m_rankings->periodChoice(), this);
+    m_settings->show();
+    m_settings->raise();
+    m_settings->activateWindow();
+    return m_settings;
+}
+
 void MainWindow::refreshStatusLine()
 {
     // Losing the user's edits matters more than any tip, so the error wins the line.
@@ -185,7 +196,7 @@ void MainWindow::buildMenus()
     QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     m_newList = file->addAction(QStringLiteral("New Comparison List"), this, [this] { m_store.addList(); });
     m_newList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
-    QAction* settings = file->addAction(QStringLiteral("Settings…"), m_rankings, &RankingsPanel::showSettings);
+    QAction* settings = file->addAction(QStringLiteral("Settings…"), this, &MainWindow::showSettings);
     settings->setShortcut(QKeySequence::Preferences);
     file->addSeparator();
     QAction* quit = file->addAction(QStringLiteral("Quit"), qApp, &QApplication::closeAllWindows);

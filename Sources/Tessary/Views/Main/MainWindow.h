@@ -20,6 +20,7 @@ class QuickJump;
 class RankingsPanel;
 class RelatedTickersBar;
 class TickerInput;
+class SettingsWindow;
 class Sidebar;
 class Store;
 
@@ -48,6 +49,8 @@ public:
     QAction* newListAction() const { return m_newList; }
     QAction* refreshAction() const { return m_refresh; }
     QAction* logScaleAction() const { return m_logScale; }
+    // The Settings window; one window, raised when already open.
+    SettingsWindow* showSettings();
 
 private:
     void buildMenus();
@@ -67,6 +70,7 @@ private:
     TickerInput* m_tickerInput = nullptr;
     RelatedTickersBar* m_related = nullptr;
     QuickJump* m_quickJump = nullptr;
+    SettingsWindow* m_settings = nullptr;
     QMenu* m_viewMenu = nullptr;
     QLabel* m_title = nullptr;
     QLabel* m_subtitle = nullptr;

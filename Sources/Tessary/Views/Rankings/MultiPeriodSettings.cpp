@@ -18,11 +18,11 @@ constexpr int boxesPerRow = 6;
 } // namespace
 
 MultiPeriodSettings::MultiPeriodSettings(MultiPeriodChoice& choice, QWidget* parent)
-    : QWidget(parent, Qt::Window)
+    : QWidget(parent)
     , m_choice(choice)
 {
-    setWindowTitle(title.toString());
     auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(new QLabel(QStringLiteral("Periods in the multi-period grid"), this));
     auto* grid = new QGridLayout;
     for (const Timeframe period : Timeframes::all()) {

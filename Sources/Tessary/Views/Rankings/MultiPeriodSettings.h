@@ -16,8 +16,6 @@ class MultiPeriodSettings : public QWidget {
     Q_OBJECT
 
 public:
-    static constexpr QStringView title = u"Settings";
-
     explicit MultiPeriodSettings(MultiPeriodChoice& choice, QWidget* parent = nullptr);
 
     QCheckBox* box(Timeframe period) const { return m_boxes[static_cast<qsizetype>(period)]; }

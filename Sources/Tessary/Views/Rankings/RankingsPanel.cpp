@@ -3,7 +3,6 @@
 #include "MultiPeriodChips.h"
 #include "MultiPeriodChoice.h"
 #include "MultiPeriodGrid.h"
-#include "MultiPeriodSettings.h"
 #include "RankingTable.h"
 #include "SummaryCards.h"
 
@@ -92,15 +91,6 @@ void RankingsPanel::refreshGrid()
         }
     }
     m_grid->setInput(std::move(input));
-}
-
-void RankingsPanel::showSettings()
-{
-    if (!m_settings)
-        m_settings = new MultiPeriodSettings(*m_choice, this);
-    m_settings->show();
-    m_settings->raise();
-    m_settings->activateWindow();
 }
 
 } // namespace tessary

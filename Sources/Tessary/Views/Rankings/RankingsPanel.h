@@ -8,7 +8,6 @@ class ChartFocus;
 class MultiPeriodChips;
 class MultiPeriodChoice;
 class MultiPeriodGrid;
-class MultiPeriodSettings;
 class Preferences;
 class RankingTable;
 class Store;
@@ -29,10 +28,6 @@ public:
     MultiPeriodChips& chips() const { return *m_chips; }
     MultiPeriodChoice& periodChoice() const { return *m_choice; }
 
-public Q_SLOTS:
-    // The Settings window with the grid's periods; one window, raised when already open.
-    void showSettings();
-
 private:
     void refresh();
     void refreshGrid();
@@ -43,7 +38,6 @@ private:
     RankingTable* m_table = nullptr;
     MultiPeriodChips* m_chips = nullptr;
     MultiPeriodGrid* m_grid = nullptr;
-    MultiPeriodSettings* m_settings = nullptr;
 };
 
 } // namespace tessary
