@@ -3,14 +3,17 @@
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
+#include "Tessary/Views/Main/AccountSection.h"
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/LegendBar.h"
 #include "Tessary/Views/Main/MainWindow.h"
 #include "Tessary/Views/Main/PeriodBar.h"
+#include "Tessary/Views/Main/SettingsWindow.h"
 #include "Tessary/Views/Main/Sidebar.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>
+#include <QDir>
 #include <QLabel>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -75,6 +78,8 @@ private Q_SLOTS:
     void statesOfTheChartArea();
     void menuShortcuts();
     void periodBarFollowsTheSelection();
+    void statusLineShowsAFailedSave();
+    void settingsShowTheAccount();
 
 private:
     std::unique_ptr<Store> makeStore();
@@ -226,6 +231,40 @@ void MainWindowTests::periodBarFollowsTheSelection()
     m_store->setTimeframe(Timeframe::fifteenYear);
     QVERIFY(bar->morePresetsButton()->isChecked());
     QCOMPARE(bar->periodLabel(), QStringLiteral("15Y"));
+}
+
+void MainWindowTests::statusLineShowsAFailedSave()
+{
+    QTest::mouseClick(m_window->sidebar()->findChild<QPushButton*>(QStringLiteral("newListButton")), Qt::LeftButton);
+    QCOMPARE(m_window->statusLine()->text(), QStringLiteral("We added a few starter tickers"));
+    // A folder where the file goes: the next save fails, and that outranks the tip.
+    QVERIFY(QFile::remove(m_store->listsFile()) && QDir().mkpath(m_store->listsFile()));
+    m_store->addTickers({ QStringLiteral("TSLA") });
+    QVERIFY(m_window->statusLine()->isVisible());
+    QVERIFY(m_window->statusLine()->text().startsWith(QStringLiteral("Couldn't save your lists: ")));
+    QVERIFY(QDir(m_store->listsFile()).removeRecursively());
+    m_store->addTickers({ QStringLiteral("AMD") });
+    QCOMPARE(m_window->statusLine()->text(), QStringLiteral("We added a few starter tickers"));
+}
+
+void MainWindowTests::settingsShowTheAccount()
+{
+    AccountSection* section = m_window->showSettings()->accountSection();
+    QVERIFY(section->signInButton()->isVisible());
+    QVERIFY(!section->signOutButton()->isVisible());
+    QVERIFY(!section->errorLabel()->isVisible());
+
+    // A stored session is shown as signed in at the next start, with a way out.
+    QVERIFY((Credentials { QStringLiteral("t"), QStringLiteral("reader@example.com") }.write(
+        QDir(m_store->dataDirectory()).filePath(QStringLiteral("account.json")))));
+    m_window.reset();
+    m_store = makeStore();
+    m_window = std::make_unique<MainWindow>(*m_store);
+    m_window->show();
+    section = m_window->showSettings()->accountSection();
+    QCOMPARE(section->statusLabel()->text(), QStringLiteral("Signed in as reader@example.com"));
+    QVERIFY(section->signOutButton()->isVisible());
+    QVERIFY(!section->signInButton()->isVisible());
 }
 
 QTEST_MAIN(MainWindowTests)
