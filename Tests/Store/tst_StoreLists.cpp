@@ -321,7 +321,8 @@ void StoreListTests::everyChangeIsOneNamedEdit_data()
     row("add tickers", [](Store& s, const QUuid&) { s.addTickers({ "NVDA" }); }, { Kind::setTickers });
     row("add a ticker already there", [](Store& s, const QUuid&) { s.addTickers({ "aapl " }); }, {});
     row("remove tickers", [](Store& s, const QUuid&) { s.removeTickers({ "AAPL" }); }, { Kind::setTickers });
-    row("make benchmark", [](Store& s, const QUuid&) { s.makeBenchmark("MSFT"); }, { Kind::setTickers });
+    row("make benchmark", [](Store& s, const QUuid&) { s.makeBenchmark("MSFT"); },
+        { Kind::setTickers, Kind::setBenchmark });
     row("set benchmark", [](Store& s, const QUuid&) { s.setBenchmark("QQQ"); }, { Kind::setBenchmark });
     row("same benchmark", [](Store& s, const QUuid&) { s.setBenchmark("spy"); }, {});
     row("preset", [](Store& s, const QUuid&) { s.setTimeframe(Timeframe::fiveYear); }, { Kind::setPreset });

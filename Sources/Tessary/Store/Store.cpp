@@ -12,6 +12,7 @@ namespace {
 
 const QString listsFileName = QStringLiteral("lists.json");
 const QString catalogFileName = QStringLiteral("collections.json");
+const QString syncStateFileName = QStringLiteral("account-sync.json");
 const QString newListPrefix = QStringLiteral("My List ");
 const QString copySuffix = QStringLiteral(" Copy");
 constexpr qsizetype maxNameLength = 50;
@@ -48,6 +49,8 @@ Store::Store(Options options, QObject* parent)
     m_loader = new ComparisonLoader(std::move(options.clock), this);
     m_related = new RelatedTickers(this);
 
+    if (m_account->status() == AccountService::Status::signedIn)
+        startSync();
     if (!lists().empty())
         m_selection = SidebarItem::list(lists().front().id);
 
@@ -63,12 +66,65 @@ Store::Store(Options options, QObject* parent)
     connect(m_loader, &ComparisonLoader::loadingChanged, this, &Store::loadingChanged);
     connect(m_loader, &ComparisonLoader::loadErrorChanged, this, &Store::loadErrorChanged);
     connect(m_account, &AccountService::signedOut, this, &Store::handleSignedOut);
+    connect(m_account, &AccountService::statusChanged, this, &Store::handleAccountStatus);
     connect(this, &Store::comparisonInputsChanged, this, [this] { refresh(); });
+}
+
+void Store::startSync()
+{
+    m_sync = new AccountSync(*m_account, QDir(m_dataDirectory).filePath(syncStateFileName), this);
+    connect(m_sync, &AccountSync::listsChanged, m_lists, &ListStore::setAccountLists);
+    connect(m_sync, &AccountSync::statusChanged, this, &Store::syncStatusChanged);
+    m_lists->setAccountLists(m_sync->lists());
+    setImportOffer(
+        m_lists->localLists().empty() ? std::nullopt : std::optional(static_cast<int>(m_lists->localLists().size())));
+}
+
+void Store::handleAccountStatus()
+{
+    // A sign-in that just finished: the account's lists take over.
+    if (m_account->status() != AccountService::Status::signedIn || m_sync)
+        return;
+    startSync();
+    if (!m_selection || (m_selection->listId() && !selectedList()))
+        selectFallback();
+    refresh();
+    QCoro::connect(m_sync->pull(), this, [](const auto&) {});
+}
+
+void Store::setImportOffer(std::optional<int> offer)
+{
+    if (offer == m_importOffer)
+        return;
+    m_importOffer = offer;
+    Q_EMIT importOfferChanged();
+}
+
+void Store::importLocalLists()
+{
+    if (!m_sync)
+        return;
+    for (const ComparisonList& list : m_lists->localLists())
+        m_sync->enqueue(ListEdit { ListEdit::Kind::create, list });
+    setImportOffer(std::nullopt);
+}
+
+void Store::declineImport()
+{
+    setImportOffer(std::nullopt);
 }
 
 void Store::handleSignedOut()
 {
-    // The account's lists go; the local ones, untouched meanwhile, come back.
+    // The account's lists go, with any edit the server never took; the local ones, untouched
+    // meanwhile, come back.
+    if (m_sync) {
+        m_sync->discardState();
+        m_sync->deleteLater();
+        m_sync = nullptr;
+        setImportOffer(std::nullopt);
+        Q_EMIT syncStatusChanged();
+    }
     if (!m_lists->isAccountMode())
         return;
     m_lists->leaveAccountMode();
@@ -145,6 +201,8 @@ ListPeriod Store::selectedPeriod() const
 
 void Store::listEdited(const ListEdit& edit)
 {
+    if (m_sync && m_lists->isAccountMode())
+        m_sync->enqueue(edit);
     const bool selected = m_selection && m_selection->listId() == edit.list.id;
     switch (edit.kind) {
     case ListEdit::Kind::setTickers:
@@ -284,13 +342,9 @@ void Store::makeBenchmark(const QString& ticker)
     const QString symbol = ticker.trimmed().toUpper();
     if (symbol.isEmpty())
         return;
-    // One edit for the account, though two fields change: the tickers lose it, the benchmark
-    // becomes it.
-    editSelected(ListEdit::Kind::setTickers, [&](ComparisonList& list) {
-        list.tickers.removeAll(symbol);
-        list.benchmark = symbol;
-        return true;
-    });
+    // Two edits, as the account records them: the tickers lose it, the benchmark becomes it.
+    editSelected(ListEdit::Kind::setTickers, [&](ComparisonList& list) { return list.tickers.removeAll(symbol) > 0; });
+    setBenchmark(symbol);
 }
 
 void Store::setBenchmark(const QString& ticker)
@@ -394,8 +448,11 @@ void Store::start()
         return;
     QCoro::connect(m_reference->loadUniverse(*client()), this, [] {});
     QCoro::connect(m_reference->loadCatalog(m_network, m_web), this, [] {});
-    if (m_account->status() == AccountService::Status::signedIn && !m_account->server().isEmpty())
+    if (m_account->status() == AccountService::Status::signedIn && !m_account->server().isEmpty()) {
         QCoro::connect(m_account->refreshInfo(), this, [](const auto&) {});
+        if (m_sync)
+            QCoro::connect(m_sync->pull(), this, [](const auto&) {});
+    }
 }
 
 void Store::refresh(bool force)

@@ -10,6 +10,7 @@
 #include "ViewState.h"
 
 #include "Tessary/Account/AccountService.h"
+#include "Tessary/Account/AccountSync.h"
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/ComparisonList.h"
 #include "Tessary/Model/FeaturedCatalog.h"
@@ -62,6 +63,17 @@ public:
     // The session with the account server; signing out brings the local lists back.
     AccountService& account() { return *m_account; }
     const AccountService& account() const { return *m_account; }
+
+    // While signed in: the account's lists are written back through this; none otherwise.
+    AccountSync* sync() const { return m_sync; }
+    bool isSyncing() const { return m_sync && m_sync->isSyncing(); }
+    // "Couldn't save to your account: …", until the next successful write.
+    std::optional<QString> syncError() const { return m_sync ? m_sync->syncError() : std::nullopt; }
+    // How many local lists could join the account ("Add your lists from this Mac?"), while the
+    // offer is open.
+    std::optional<int> importOffer() const { return m_importOffer; }
+    void importLocalLists();
+    void declineImport();
 
     // The parts, for what is not worth forwarding.
     ListStore& listStore() { return *m_lists; }
@@ -165,12 +177,17 @@ Q_SIGNALS:
     void loadingChanged(bool loading);
     void loadErrorChanged();
     void serviceConnected();
+    void syncStatusChanged();
+    void importOfferChanged();
 
 private:
     // Applies `change` to the selected list; reloads when it changed.
     bool editSelected(ListEdit::Kind kind, const std::function<bool(ComparisonList&)>& change);
     void listEdited(const ListEdit& edit);
     void handleSignedOut();
+    void handleAccountStatus();
+    void startSync();
+    void setImportOffer(std::optional<int> offer);
     void setSelectedPeriod(const ListPeriod& period);
     void selectFallback();
 
@@ -179,6 +196,8 @@ private:
     QNetworkAccessManager* m_network = nullptr;
     QUrl m_web;
     AccountService* m_account = nullptr;
+    AccountSync* m_sync = nullptr;
+    std::optional<int> m_importOffer;
     ListStore* m_lists = nullptr;
     ViewState* m_view = nullptr;
     ReferenceData* m_reference = nullptr;
