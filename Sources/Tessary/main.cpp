@@ -1,7 +1,9 @@
-// tessary: the desktop app, and `tessary compare` and `tessary account` for the terminal.
+// tessary: the desktop app, and `tessary compare`, `tessary list` and `tessary account` for the
+// terminal.
 
 #include "Tessary/App/AccountCommand.h"
 #include "Tessary/App/CompareCommand.h"
+#include "Tessary/App/ListCommand.h"
 #include "Tessary/App/ServiceLauncher.h"
 #include "Tessary/Shell/Environment.h"
 #include "Tessary/Store/Store.h"
@@ -123,6 +125,11 @@ int main(int argc, char** argv)
         QCoreApplication app(argc, argv);
         describeApplication();
         return runCompareCommand(QCoreApplication::arguments().mid(2));
+    }
+    if (argc > 1 && qstrcmp(argv[1], "list") == 0) {
+        QCoreApplication app(argc, argv);
+        describeApplication();
+        return runListCommand(QCoreApplication::arguments().mid(2));
     }
     if (argc > 1 && qstrcmp(argv[1], "account") == 0) {
         QCoreApplication app(argc, argv);

@@ -2,7 +2,9 @@
 
 #include "Tessary/Store/Store.h"
 
+#include <QHBoxLayout>
 #include <QHeaderView>
+#include <QLabel>
 #include <QMenu>
 #include <QPushButton>
 #include <QTimer>
@@ -19,6 +21,11 @@ const QString newListText = QStringLiteral("New comparison list");
 const QString myListsTitle = QStringLiteral("My Lists");
 const QString noListsText = QStringLiteral("No lists yet");
 const QString moreCollectionsTitle = QStringLiteral("More");
+const QString importOfferText = QStringLiteral("Add your lists from this Mac?");
+const QString importOneText = QStringLiteral("Add 1 List");
+const QString importManyText = QStringLiteral("Add %1 Lists");
+const QString declineText = QStringLiteral("Not Now");
+const QString syncingText = QStringLiteral("Syncing…");
 constexpr int keyRole = Qt::UserRole;
 
 template <class T, class Key> void stableSortByOptional(std::vector<T>& items, Key key)
@@ -62,6 +69,33 @@ Sidebar::Sidebar(Store& store, QWidget* parent)
     m_tree->header()->setStretchLastSection(true);
     layout->addWidget(m_tree, 1);
 
+    m_importOffer = new QWidget(this);
+    m_importOffer->setObjectName(QStringLiteral("importOffer"));
+    auto* offerLayout = new QVBoxLayout(m_importOffer);
+    offerLayout->setContentsMargins(0, 0, 0, 0);
+    m_importOfferLabel = new QLabel(m_importOffer);
+    m_importOfferLabel->setWordWrap(true);
+    auto* offerButtons = new QHBoxLayout;
+    m_importButton = new QPushButton(m_importOffer);
+    auto* accept = m_importButton;
+    accept->setObjectName(QStringLiteral("importLists"));
+    auto* decline = new QPushButton(declineText, m_importOffer);
+    connect(accept, &QPushButton::clicked, &m_store, &Store::importLocalLists);
+    connect(decline, &QPushButton::clicked, &m_store, &Store::declineImport);
+    offerButtons->addWidget(accept);
+    offerButtons->addWidget(decline);
+    offerLayout->addWidget(m_importOfferLabel);
+    offerLayout->addLayout(offerButtons);
+    layout->addWidget(m_importOffer);
+
+    m_syncStatus = new QLabel(this);
+    m_syncStatus->setObjectName(QStringLiteral("syncStatus"));
+    m_syncStatus->setWordWrap(true);
+    layout->addWidget(m_syncStatus);
+    connect(&m_store, &Store::importOfferChanged, this, &Sidebar::refreshAccountState);
+    connect(&m_store, &Store::syncStatusChanged, this, &Sidebar::refreshAccountState);
+    refreshAccountState();
+
     connect(m_tree, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* item) { itemActivated(item); });
     connect(m_tree, &QTreeWidget::itemChanged, this, &Sidebar::itemEdited);
     connect(m_tree, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem* item) {
@@ -86,6 +120,19 @@ QTreeWidgetItem* Sidebar::addSection(const QString& title)
     section->setForeground(0, palette().color(QPalette::PlaceholderText));
     section->setExpanded(true);
     return section;
+}
+
+void Sidebar::refreshAccountState()
+{
+    const auto offer = m_store.importOffer();
+    m_importOffer->setVisible(offer.has_value());
+    m_importOfferLabel->setText(importOfferText);
+    m_importButton->setText(offer == 1 ? importOneText : importManyText.arg(offer.value_or(0)));
+    const auto error = m_store.syncError();
+    m_syncStatus->setText(error ? *error : m_store.isSyncing() ? syncingText : QString());
+    m_syncStatus->setStyleSheet(error ? QStringLiteral("QLabel { color: #c92a2a; }") : QString());
+    m_syncStatus->setForegroundRole(QPalette::PlaceholderText);
+    m_syncStatus->setVisible(!m_syncStatus->text().isEmpty());
 }
 
 void Sidebar::scheduleRebuild()

@@ -4,6 +4,7 @@
 
 class QTreeWidget;
 class QTreeWidgetItem;
+class QLabel;
 class QPushButton;
 
 namespace tessary {
@@ -24,6 +25,7 @@ public:
     void startRenaming(const QUuid& id);
 
 private:
+    void refreshAccountState();
     void scheduleRebuild();
     void rebuild();
     void syncSelection();
@@ -35,6 +37,10 @@ private:
     Store& m_store;
     QTreeWidget* m_tree = nullptr;
     QPushButton* m_newList = nullptr;
+    QWidget* m_importOffer = nullptr;
+    QLabel* m_importOfferLabel = nullptr;
+    QPushButton* m_importButton = nullptr;
+    QLabel* m_syncStatus = nullptr;
     bool m_rebuilding = false;
     bool m_rebuildPending = false;
 };
