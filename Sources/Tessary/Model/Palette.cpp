@@ -2,12 +2,26 @@
 
 #include <array>
 
+#include "Comparison.h"
+
 namespace tessary::Palette {
 
-QColor brand() { return QColor(0x2F, 0x6F, 0xED); }
-QColor positive() { return QColor(0x1F, 0x9D, 0x55); }
-QColor negative() { return QColor(0xD6, 0x45, 0x45); }
-QColor mixed() { return QColor(0xD9, 0x8E, 0x04); }
+QColor brand()
+{
+    return QColor(0x2F, 0x6F, 0xED);
+}
+QColor positive()
+{
+    return QColor(0x1F, 0x9D, 0x55);
+}
+QColor negative()
+{
+    return QColor(0xD6, 0x45, 0x45);
+}
+QColor mixed()
+{
+    return QColor(0xD9, 0x8E, 0x04);
+}
 
 QColor sidebarText(bool dark)
 {
@@ -24,11 +38,26 @@ std::span<const QColor> series()
     // Neighbours differ in hue and lightness so adjacent legend chips never look alike, and
     // none is grey (grey means "no rank" elsewhere).
     static const std::array<QColor, 20> colors = {
-        QColor(0x2F, 0x6F, 0xED), QColor(0xE8, 0x59, 0x0C), QColor(0x2B, 0x8A, 0x3E), QColor(0xC2, 0x25, 0x5C),
-        QColor(0x70, 0x48, 0xE8), QColor(0x0C, 0x85, 0x99), QColor(0xE6, 0x77, 0x00), QColor(0x5C, 0x94, 0x0D),
-        QColor(0xA6, 0x1E, 0x4D), QColor(0x19, 0x71, 0xC2), QColor(0xD9, 0x48, 0x0F), QColor(0x08, 0x7F, 0x5B),
-        QColor(0x86, 0x2E, 0x9C), QColor(0xB0, 0x8D, 0x00), QColor(0x36, 0x4F, 0xC7), QColor(0xC9, 0x2A, 0x2A),
-        QColor(0x66, 0xA8, 0x0F), QColor(0x0B, 0x72, 0x85), QColor(0x9C, 0x36, 0xB5), QColor(0xF0, 0x8C, 0x00),
+        QColor(0x2F, 0x6F, 0xED),
+        QColor(0xE8, 0x59, 0x0C),
+        QColor(0x2B, 0x8A, 0x3E),
+        QColor(0xC2, 0x25, 0x5C),
+        QColor(0x70, 0x48, 0xE8),
+        QColor(0x0C, 0x85, 0x99),
+        QColor(0xE6, 0x77, 0x00),
+        QColor(0x5C, 0x94, 0x0D),
+        QColor(0xA6, 0x1E, 0x4D),
+        QColor(0x19, 0x71, 0xC2),
+        QColor(0xD9, 0x48, 0x0F),
+        QColor(0x08, 0x7F, 0x5B),
+        QColor(0x86, 0x2E, 0x9C),
+        QColor(0xB0, 0x8D, 0x00),
+        QColor(0x36, 0x4F, 0xC7),
+        QColor(0xC9, 0x2A, 0x2A),
+        QColor(0x66, 0xA8, 0x0F),
+        QColor(0x0B, 0x72, 0x85),
+        QColor(0x9C, 0x36, 0xB5),
+        QColor(0xF0, 0x8C, 0x00),
     };
     return colors;
 }
@@ -39,12 +68,30 @@ QColor seriesColor(std::size_t index)
     return colors[index % colors.size()];
 }
 
+QColor benchmark()
+{
+    return QColor(0x5B, 0x61, 0x6B);
+}
+
+std::vector<QColor> seriesColors(std::span<const ChartSeries> series)
+{
+    std::vector<QColor> colors;
+    colors.reserve(series.size());
+    std::size_t next = 0;
+    for (const ChartSeries& line : series)
+        colors.push_back(line.isBenchmark ? benchmark() : seriesColor(next++));
+    return colors;
+}
+
 QColor tone(Format::BenchmarkMultiple::Tone tone)
 {
     switch (tone) {
-    case Format::BenchmarkMultiple::Tone::above: return positive();
-    case Format::BenchmarkMultiple::Tone::below: return negative();
-    case Format::BenchmarkMultiple::Tone::equal: break;
+    case Format::BenchmarkMultiple::Tone::above:
+        return positive();
+    case Format::BenchmarkMultiple::Tone::below:
+        return negative();
+    case Format::BenchmarkMultiple::Tone::equal:
+        break;
     }
     return sidebarSecondary(false);
 }
@@ -72,8 +119,8 @@ QColor rankColor(int rank, int count)
         green = 100 - 60 * u;
         blue = 30 * u;
     }
-    return QColor::fromRgbF(static_cast<float>(red / 255), static_cast<float>(green / 255),
-                            static_cast<float>(blue / 255));
+    return QColor::fromRgbF(
+        static_cast<float>(red / 255), static_cast<float>(green / 255), static_cast<float>(blue / 255));
 }
 
 } // namespace tessary::Palette

@@ -5,6 +5,11 @@
 #include <QColor>
 
 #include <span>
+#include <vector>
+
+namespace tessary {
+struct ChartSeries;
+}
 
 namespace tessary::Palette {
 
@@ -19,6 +24,12 @@ QColor sidebarSecondary(bool dark);
 // Chart lines take these in order and wrap around.
 std::span<const QColor> series();
 QColor seriesColor(std::size_t index);
+// A benchmark drawn as a reference line is grey, so it never passes for one of the tickers.
+QColor benchmark();
+// The colour of each series' line, in order: the series colours for the tickers, the
+// benchmark grey for a benchmark drawn as a reference. The chart, the legend and the grid
+// all take theirs from here, so a ticker looks the same everywhere.
+std::vector<QColor> seriesColors(std::span<const ChartSeries> series);
 
 QColor tone(Format::BenchmarkMultiple::Tone tone);
 
