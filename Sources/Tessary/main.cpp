@@ -2,14 +2,15 @@
 
 #include "Tessary/App/CompareCommand.h"
 #include "Tessary/App/ServiceLauncher.h"
+#include "Tessary/Model/Palette.h"
 #include "Tessary/Shell/Environment.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/MainWindow.h"
 
 #include <QApplication>
-#include <QRegularExpression>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QTimer>
 
 #include <cstdio>
@@ -42,8 +43,8 @@ void armSnapshot(MainWindow& window, const Environment& environment)
     elapsed->start();
     QObject::connect(poll, &QTimer::timeout, &window, [&window, path, poll, elapsed] {
         const ChartArea::State state = window.chartArea()->state();
-        const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error ||
-                             state == ChartArea::State::empty || state == ChartArea::State::welcome;
+        const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error
+            || state == ChartArea::State::empty || state == ChartArea::State::welcome;
         constexpr qint64 giveUpMilliseconds = 180'000;
         if (!settled && elapsed->elapsed() < giveUpMilliseconds)
             return;
@@ -52,9 +53,9 @@ void armSnapshot(MainWindow& window, const Environment& environment)
         // One more moment so the chart's first paint is in the picture.
         QTimer::singleShot(500, &window, [&window, path, state] {
             const bool saved = window.grab().save(path);
-            static const char* names[] = {"welcome", "loading", "empty", "error", "chart"};
+            static const char* names[] = { "welcome", "loading", "empty", "error", "chart" };
             std::printf("snapshot: %s %s%s\n", names[static_cast<int>(state)], qPrintable(path),
-                        saved ? "" : " (could not be written)");
+                saved ? "" : " (could not be written)");
             std::fflush(stdout);
             QCoreApplication::exit(state == ChartArea::State::chart && saved ? 0 : 2);
         });
@@ -74,7 +75,7 @@ void applyAppearance(const Environment& environment)
     QPalette dark;
     dark.setColor(QPalette::Window, QColor(0x24, 0x26, 0x2b));
     dark.setColor(QPalette::WindowText, QColor(0xe6, 0xe8, 0xeb));
-    dark.setColor(QPalette::Base, QColor(0x1b, 0x1d, 0x21));
+    dark.setColor(QPalette::Base, Palette::background(true));
     dark.setColor(QPalette::AlternateBase, QColor(0x2a, 0x2d, 0x33));
     dark.setColor(QPalette::Text, QColor(0xe6, 0xe8, 0xeb));
     dark.setColor(QPalette::PlaceholderText, QColor(0x9a, 0xa1, 0xac));
@@ -102,7 +103,7 @@ int runWindow(int argc, char** argv)
     QStringList added;
     if (environment->added)
         added = environment->added->split(QRegularExpression(QStringLiteral("[,\\s]+")), Qt::SkipEmptyParts);
-    Store store(Store::Options{environment->dataDir.value_or(QString()), nullptr, added, nullptr});
+    Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, added, nullptr });
     MainWindow window(store, *environment);
     ServiceLauncher launcher(store, *environment);
     QObject::connect(&launcher, &ServiceLauncher::progress, window.chartArea(), &ChartArea::setServiceProgress);

@@ -2,9 +2,62 @@
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/Palette.h"
 
+#include <QImage>
+#include <QPainter>
 #include <QTest>
 
 using namespace tessary;
+using test::Vision;
+
+Q_DECLARE_METATYPE(Vision)
+
+namespace {
+
+// The colour a line leaves on the chart's background when it steps back for a highlighted
+// one, painted the way the chart paints it.
+QColor faded(const QColor& color, const QColor& background)
+{
+    QImage image(1, 1, QImage::Format_ARGB32_Premultiplied);
+    image.fill(background);
+    QColor translucent = color;
+    translucent.setAlphaF(static_cast<float>(Palette::fadedOpacity));
+    QPainter painter(&image);
+    painter.fillRect(image.rect(), translucent);
+    painter.end();
+    return image.pixelColor(0, 0);
+}
+
+// The first `count` series colours and the benchmark grey, which shares the chart with them.
+QList<QColor> chartColours(std::size_t count)
+{
+    QList<QColor> colours(Palette::series().begin(), Palette::series().begin() + qsizetype(count));
+    colours.append(Palette::benchmark());
+    return colours;
+}
+
+// The pair of `colours` that lies closest together, as a failure message when it is closer
+// than `minimum`; empty when every pair keeps apart.
+template <class Difference>
+QString closestPairBelow(const QList<QColor>& colours, double minimum, Difference difference)
+{
+    QString closest;
+    double smallest = minimum;
+    for (qsizetype i = 0; i < colours.size(); ++i) {
+        for (qsizetype j = i + 1; j < colours.size(); ++j) {
+            const double distance = difference(colours[i], colours[j]);
+            if (distance < smallest) {
+                smallest = distance;
+                closest = QStringLiteral("%1 and %2 are only %3 apart")
+                              .arg(colours[i].name(), colours[j].name())
+                              .arg(distance, 0, 'f', 2);
+            }
+        }
+    }
+    return closest;
+}
+
+} // namespace
+
 class PaletteTests : public QObject {
     Q_OBJECT
 
@@ -15,6 +68,12 @@ private Q_SLOTS:
     void labOfSrgb();
     void colourDifference_data();
     void colourDifference();
+    void seriesColoursStayApart_data();
+    void seriesColoursStayApart();
+    void fadedColoursStayApart_data();
+    void fadedColoursStayApart();
+    void linesStandOutFromTheBackground_data();
+    void linesStandOutFromTheBackground();
 };
 
 void PaletteTests::benchmarkTakesNoSeriesColour_data()
@@ -103,5 +162,84 @@ void PaletteTests::colourDifference()
         qPrintable(QString::number(test::colourDifference(other, one), 'f', 4)));
 }
 
-QTEST_GUILESS_MAIN(PaletteTests)
+void PaletteTests::seriesColoursStayApart_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::addColumn<Vision>("vision");
+    QTest::addColumn<double>("minimum");
+
+    // Most lists hold fewer than ten tickers, and a line is matched to its label by colour
+    // alone, so the first ten colours (with the benchmark grey) are held to the most.
+    //
+    // A difference of 20 is the usual bar for categorical colours, and normal vision gets it.
+    // The simulated deficiencies cannot: the 3:1 contrast against both backgrounds confines
+    // every colour to a lightness band of about L* 44 to 62, and a dichromat also loses one
+    // of the two hue axes, so ten colours crowd together. Searching the sRGB cube found no
+    // ten that keep more than 12.5 apart even for deuteranopia alone, about 11 under all
+    // three at once, and 10.3 once normal vision keeps its 20. 10 is still five times the
+    // difference noticed between two patches side by side (about 2), so two lines read as
+    // two colours. Beyond ten the band fills up: all twenty keep 12 apart for normal vision
+    // and 6 under each deficiency, so a longer list still draws no two lines alike.
+    QTest::newRow("first ten, normal vision") << 10 << Vision::normal << 20.0;
+    QTest::newRow("first ten, protanopia") << 10 << Vision::protanopia << 10.0;
+    QTest::newRow("first ten, deuteranopia") << 10 << Vision::deuteranopia << 10.0;
+    QTest::newRow("first ten, tritanopia") << 10 << Vision::tritanopia << 10.0;
+    QTest::newRow("all, normal vision") << int(Palette::series().size()) << Vision::normal << 12.0;
+    QTest::newRow("all, protanopia") << int(Palette::series().size()) << Vision::protanopia << 6.0;
+    QTest::newRow("all, deuteranopia") << int(Palette::series().size()) << Vision::deuteranopia << 6.0;
+    QTest::newRow("all, tritanopia") << int(Palette::series().size()) << Vision::tritanopia << 6.0;
+}
+
+void PaletteTests::seriesColoursStayApart()
+{
+    QFETCH(int, count);
+    QFETCH(Vision, vision);
+    QFETCH(double, minimum);
+    const QString closest
+        = closestPairBelow(chartColours(std::size_t(count)), minimum, [vision](const QColor& one, const QColor& other) {
+              return test::colourDifference(test::lab(one, vision), test::lab(other, vision));
+          });
+    QVERIFY2(closest.isEmpty(), qPrintable(closest));
+}
+
+void PaletteTests::fadedColoursStayApart_data()
+{
+    QTest::addColumn<bool>("dark");
+
+    QTest::newRow("light") << false;
+    QTest::newRow("dark") << true;
+}
+
+void PaletteTests::fadedColoursStayApart()
+{
+    // Faded lines step back, but the user still picks the next one to hover by its colour,
+    // so they must differ by more than the barely noticeable (about 2).
+    QFETCH(bool, dark);
+    const QColor background = Palette::background(dark);
+    const QString closest
+        = closestPairBelow(chartColours(10), 5.0, [&background](const QColor& one, const QColor& other) {
+              return test::colourDifference(test::lab(faded(one, background)), test::lab(faded(other, background)));
+          });
+    QVERIFY2(closest.isEmpty(), qPrintable(closest));
+}
+
+void PaletteTests::linesStandOutFromTheBackground_data()
+{
+    fadedColoursStayApart_data();
+}
+
+void PaletteTests::linesStandOutFromTheBackground()
+{
+    // The bulk of the lines are one device pixel wide; 3:1 is what a thin graphic needs to be
+    // seen against what lies behind it.
+    QFETCH(bool, dark);
+    const QColor background = Palette::background(dark);
+    for (const QColor& colour : chartColours(Palette::series().size())) {
+        const double contrast = test::contrastRatio(colour, background);
+        QVERIFY2(contrast >= 3.0,
+            qPrintable(QStringLiteral("%1 on %2: %3").arg(colour.name(), background.name()).arg(contrast)));
+    }
+}
+
+QTEST_MAIN(PaletteTests)
 #include "tst_Palette.moc"
