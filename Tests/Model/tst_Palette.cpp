@@ -66,6 +66,8 @@ private Q_SLOTS:
     void benchmarkTakesNoSeriesColour();
     void labOfSrgb_data();
     void labOfSrgb();
+    void greyStaysGrey_data();
+    void greyStaysGrey();
     void colourDifference_data();
     void colourDifference();
     void seriesColoursStayApart_data();
@@ -123,6 +125,28 @@ void PaletteTests::labOfSrgb()
     QVERIFY2(std::abs(lab.lightness - expected[0]) < 0.01, qPrintable(QString::number(lab.lightness)));
     QVERIFY2(std::abs(lab.a - expected[1]) < 0.01, qPrintable(QString::number(lab.a)));
     QVERIFY2(std::abs(lab.b - expected[2]) < 0.01, qPrintable(QString::number(lab.b)));
+}
+
+void PaletteTests::greyStaysGrey_data()
+{
+    QTest::addColumn<Vision>("vision");
+
+    QTest::newRow("protanopia") << Vision::protanopia;
+    QTest::newRow("deuteranopia") << Vision::deuteranopia;
+    QTest::newRow("tritanopia") << Vision::tritanopia;
+}
+
+void PaletteTests::greyStaysGrey()
+{
+    // Every row of the simulation matrices sums to 1, so a grey looks the same to everyone:
+    // a digit copied wrongly into a matrix shows up here.
+    QFETCH(Vision, vision);
+    const QColor grey(0x77, 0x77, 0x77);
+    const test::Lab seen = test::lab(grey, vision);
+    const test::Lab normal = test::lab(grey);
+    QVERIFY2(std::abs(seen.lightness - normal.lightness) < 1e-3 && std::abs(seen.a - normal.a) < 1e-3
+            && std::abs(seen.b - normal.b) < 1e-3,
+        qPrintable(QStringLiteral("%1 %2 %3").arg(seen.lightness).arg(seen.a).arg(seen.b)));
 }
 
 void PaletteTests::colourDifference_data()

@@ -1,6 +1,7 @@
 #include "ColourDifference.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -8,6 +9,7 @@ namespace tessary::test {
 
 namespace {
 
+using LinearRgb = std::array<double, 3>;
 using Matrix = std::array<std::array<double, 3>, 3>;
 
 // Machado, Oliveira and Fernandes, "A Physiologically-based Model for Simulation of Color
@@ -55,14 +57,13 @@ double hue(double a, double b)
     return angle < 0 ? angle + 360 : angle;
 }
 
-} // namespace
-
 LinearRgb linearRgb(const QColor& color)
 {
     return { decode(color.redF()), decode(color.greenF()), decode(color.blueF()) };
 }
 
-Lab lab(const LinearRgb& rgb)
+// CIELAB under D65, the white point of sRGB.
+Lab labOf(const LinearRgb& rgb)
 {
     const double x = 0.4124564 * rgb[0] + 0.3575761 * rgb[1] + 0.1804375 * rgb[2];
     const double y = 0.2126729 * rgb[0] + 0.7151522 * rgb[1] + 0.0721750 * rgb[2];
@@ -71,11 +72,6 @@ Lab lab(const LinearRgb& rgb)
     const double fy = labCurve(y);
     const double fz = labCurve(z / 1.08883);
     return { 116 * fy - 16, 500 * (fx - fy), 200 * (fy - fz) };
-}
-
-Lab lab(const QColor& color, Vision vision)
-{
-    return lab(simulate(linearRgb(color), vision));
 }
 
 LinearRgb simulate(const LinearRgb& rgb, Vision vision)
@@ -103,6 +99,13 @@ LinearRgb simulate(const LinearRgb& rgb, Vision vision)
         seen[row] = std::clamp(sum, 0.0, 1.0);
     }
     return seen;
+}
+
+} // namespace
+
+Lab lab(const QColor& color, Vision vision)
+{
+    return labOf(simulate(linearRgb(color), vision));
 }
 
 double colourDifference(const Lab& first, const Lab& second)
