@@ -12,6 +12,7 @@
 #include <random>
 
 #include "Tessary/Model/Comparison.h"
+#include "Tessary/Model/Palette.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartMapper.h"
 #include "Tessary/Views/Chart/ChartPainter.h"
@@ -69,7 +70,7 @@ void staticLayer(benchmark::State& state)
     for (std::size_t s = 0; s < series.size(); ++s)
         mapper.path(series[s], paths[s]);
     const auto ticks = axis.ticks(plot.width(), ChartScale::tickSpacing);
-    const auto colors = ChartView::colorsFor(series);
+    const auto colors = Palette::seriesColors(series);
     std::vector<EndLabels::Input> inputs;
     for (std::size_t s = 0; s < series.size(); ++s)
         inputs.push_back({ series[s].ticker, mapper.y(series[s].points.back().value), colors[s], s < highlightedCount,

@@ -5,6 +5,7 @@
 #include "Tessary/App/CompareCommand.h"
 #include "Tessary/App/ListCommand.h"
 #include "Tessary/App/ServiceLauncher.h"
+#include "Tessary/Model/Palette.h"
 #include "Tessary/Shell/Environment.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Main/ChartArea.h"
@@ -77,7 +78,7 @@ void applyAppearance(const Environment& environment)
     QPalette dark;
     dark.setColor(QPalette::Window, QColor(0x24, 0x26, 0x2b));
     dark.setColor(QPalette::WindowText, QColor(0xe6, 0xe8, 0xeb));
-    dark.setColor(QPalette::Base, QColor(0x1b, 0x1d, 0x21));
+    dark.setColor(QPalette::Base, Palette::background(true));
     dark.setColor(QPalette::AlternateBase, QColor(0x2a, 0x2d, 0x33));
     dark.setColor(QPalette::Text, QColor(0xe6, 0xe8, 0xeb));
     dark.setColor(QPalette::PlaceholderText, QColor(0x9a, 0xa1, 0xac));

@@ -2,12 +2,26 @@
 
 #include <array>
 
+#include "Comparison.h"
+
 namespace tessary::Palette {
 
-QColor brand() { return QColor(0x2F, 0x6F, 0xED); }
-QColor positive() { return QColor(0x1F, 0x9D, 0x55); }
-QColor negative() { return QColor(0xD6, 0x45, 0x45); }
-QColor mixed() { return QColor(0xD9, 0x8E, 0x04); }
+QColor brand()
+{
+    return QColor(0x2F, 0x6F, 0xED);
+}
+QColor positive()
+{
+    return QColor(0x1F, 0x9D, 0x55);
+}
+QColor negative()
+{
+    return QColor(0xD6, 0x45, 0x45);
+}
+QColor mixed()
+{
+    return QColor(0xD9, 0x8E, 0x04);
+}
 
 QColor sidebarText(bool dark)
 {
@@ -19,16 +33,42 @@ QColor sidebarSecondary(bool dark)
     return dark ? QColor(0x9A, 0xA1, 0xAC) : QColor(0x6B, 0x72, 0x80);
 }
 
+QColor background(bool dark)
+{
+    // White is the light appearance's own base colour; the dark one is set at start-up.
+    return dark ? QColor(0x1B, 0x1D, 0x21) : QColor(0xFF, 0xFF, 0xFF);
+}
+
 std::span<const QColor> series()
 {
-    // Neighbours differ in hue and lightness so adjacent legend chips never look alike, and
-    // none is grey (grey means "no rank" elsewhere).
+    // Lines one pixel wide need 3:1 contrast against white and against the dark background
+    // alike, which leaves only a band of middle lightness; within it, these were found by
+    // searching the sRGB cube for the colours that keep farthest apart (CIEDE2000) for normal
+    // vision and under simulated protanopia, deuteranopia and tritanopia. Most lists are
+    // short, so each colour is the one farthest from those before it: the first ten are the
+    // most distinct, the next ten keep clear of them and of each other as well as the band
+    // allows. None is grey: grey is the benchmark's.
     static const std::array<QColor, 20> colors = {
-        QColor(0x2F, 0x6F, 0xED), QColor(0xE8, 0x59, 0x0C), QColor(0x2B, 0x8A, 0x3E), QColor(0xC2, 0x25, 0x5C),
-        QColor(0x70, 0x48, 0xE8), QColor(0x0C, 0x85, 0x99), QColor(0xE6, 0x77, 0x00), QColor(0x5C, 0x94, 0x0D),
-        QColor(0xA6, 0x1E, 0x4D), QColor(0x19, 0x71, 0xC2), QColor(0xD9, 0x48, 0x0F), QColor(0x08, 0x7F, 0x5B),
-        QColor(0x86, 0x2E, 0x9C), QColor(0xB0, 0x8D, 0x00), QColor(0x36, 0x4F, 0xC7), QColor(0xC9, 0x2A, 0x2A),
-        QColor(0x66, 0xA8, 0x0F), QColor(0x0B, 0x72, 0x85), QColor(0x9C, 0x36, 0xB5), QColor(0xF0, 0x8C, 0x00),
+        QColor(0x00, 0x55, 0xFF), // blue
+        QColor(0xC8, 0x88, 0x00), // amber
+        QColor(0x24, 0x79, 0x00), // green
+        QColor(0xBA, 0x35, 0x58), // raspberry
+        QColor(0x00, 0x90, 0xEC), // azure
+        QColor(0x90, 0x98, 0x60), // olive
+        QColor(0xA7, 0x81, 0xB0), // lilac
+        QColor(0xB2, 0x2A, 0xAE), // magenta
+        QColor(0x00, 0x8F, 0x74), // teal
+        QColor(0xDF, 0x02, 0x00), // red
+        QColor(0xA1, 0x6C, 0x50), // brown
+        QColor(0xF4, 0x3C, 0xA8), // pink
+        QColor(0xBA, 0x74, 0x87), // mauve
+        QColor(0xF0, 0x68, 0x50), // coral
+        QColor(0xDA, 0x54, 0xEC), // orchid
+        QColor(0x7E, 0x54, 0xCD), // violet
+        QColor(0xEC, 0x27, 0x46), // crimson
+        QColor(0x72, 0x7E, 0xC2), // periwinkle
+        QColor(0x60, 0x6D, 0x36), // moss
+        QColor(0x75, 0x5E, 0x8E), // plum
     };
     return colors;
 }
@@ -39,12 +79,31 @@ QColor seriesColor(std::size_t index)
     return colors[index % colors.size()];
 }
 
+QColor benchmark()
+{
+    // A cool neutral grey, light enough to stand out from the dark background too.
+    return QColor(0x6B, 0x72, 0x80);
+}
+
+std::vector<QColor> seriesColors(std::span<const ChartSeries> series)
+{
+    std::vector<QColor> colors;
+    colors.reserve(series.size());
+    std::size_t next = 0;
+    for (const ChartSeries& line : series)
+        colors.push_back(line.isBenchmark ? benchmark() : seriesColor(next++));
+    return colors;
+}
+
 QColor tone(Format::BenchmarkMultiple::Tone tone)
 {
     switch (tone) {
-    case Format::BenchmarkMultiple::Tone::above: return positive();
-    case Format::BenchmarkMultiple::Tone::below: return negative();
-    case Format::BenchmarkMultiple::Tone::equal: break;
+    case Format::BenchmarkMultiple::Tone::above:
+        return positive();
+    case Format::BenchmarkMultiple::Tone::below:
+        return negative();
+    case Format::BenchmarkMultiple::Tone::equal:
+        break;
     }
     return sidebarSecondary(false);
 }
@@ -72,8 +131,8 @@ QColor rankColor(int rank, int count)
         green = 100 - 60 * u;
         blue = 30 * u;
     }
-    return QColor::fromRgbF(static_cast<float>(red / 255), static_cast<float>(green / 255),
-                            static_cast<float>(blue / 255));
+    return QColor::fromRgbF(
+        static_cast<float>(red / 255), static_cast<float>(green / 255), static_cast<float>(blue / 255));
 }
 
 } // namespace tessary::Palette

@@ -5,6 +5,11 @@
 #include <QColor>
 
 #include <span>
+#include <vector>
+
+namespace tessary {
+struct ChartSeries;
+}
 
 namespace tessary::Palette {
 
@@ -16,9 +21,22 @@ QColor mixed();
 QColor sidebarText(bool dark);
 QColor sidebarSecondary(bool dark);
 
+// What the chart is drawn on: the window's base colour, white in the light appearance and
+// near-black in the dark one. The series colours are chosen to stand out from both.
+QColor background(bool dark);
+
 // Chart lines take these in order and wrap around.
 std::span<const QColor> series();
 QColor seriesColor(std::size_t index);
+// A benchmark drawn as a reference line is grey, so it never passes for one of the tickers.
+QColor benchmark();
+// The colour of each series' line, in order: the series colours for the tickers, the
+// benchmark grey for a benchmark drawn as a reference. The chart, the legend and the grid
+// all take theirs from here, so a ticker looks the same everywhere.
+std::vector<QColor> seriesColors(std::span<const ChartSeries> series);
+// How opaque a line is drawn while other lines are highlighted: faint enough to step back,
+// strong enough that two faded lines still differ in colour.
+inline constexpr double fadedOpacity = 0.25;
 
 QColor tone(Format::BenchmarkMultiple::Tone tone);
 

@@ -10,6 +10,7 @@
 #include "EndLabels.h"
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/Format.h"
+#include "Tessary/Model/Palette.h"
 
 namespace tessary {
 
@@ -133,7 +134,7 @@ void ChartPainter::paintLines(QPainter& painter, const Scene& scene)
         if (scene.anyHighlighted && isHighlighted(s))
             continue;
         const QColor color = s < scene.colors.size() ? scene.colors[s] : scene.theme.text;
-        thin.setColor(scene.anyHighlighted ? withAlpha(color, fadedOpacity) : color);
+        thin.setColor(scene.anyHighlighted ? withAlpha(color, Palette::fadedOpacity) : color);
         painter.setPen(thin);
         painter.drawPolyline(scene.paths[s]);
     }

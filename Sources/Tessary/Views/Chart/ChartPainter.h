@@ -42,8 +42,7 @@ public:
         Theme theme;
     };
 
-    // Opacity of a line while other lines are highlighted, and the width of highlighted ones.
-    static constexpr double fadedOpacity = 0.16;
+    // The width of highlighted lines; the others fade to the palette's faded opacity.
     static constexpr double highlightedWidth = 2.25;
 
     static void paint(QPainter& painter, const QRectF& area, const Scene& scene);

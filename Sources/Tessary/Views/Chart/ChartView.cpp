@@ -49,16 +49,6 @@ ChartView::ChartView(ChartFocus* focus, QWidget* parent)
     rebuildAxis();
 }
 
-std::vector<QColor> ChartView::colorsFor(std::span<const ChartSeries> series)
-{
-    std::vector<QColor> colors;
-    colors.reserve(series.size());
-    std::size_t next = 0;
-    for (const ChartSeries& line : series)
-        colors.push_back(line.isBenchmark ? QColor(0x5B, 0x61, 0x6B) : Palette::seriesColor(next++));
-    return colors;
-}
-
 void ChartView::setComparison(std::shared_ptr<const Comparison> comparison)
 {
     m_comparison = comparison ? std::move(comparison) : std::make_shared<const Comparison>();
@@ -118,7 +108,7 @@ QRectF ChartView::plotRect() const
 void ChartView::rebuildAxis()
 {
     m_axis = TimeAxis::build(m_comparison->series, m_comparison->interval);
-    m_colors = colorsFor(m_comparison->series);
+    m_colors = Palette::seriesColors(m_comparison->series);
     relayout();
 }
 

@@ -10,7 +10,6 @@
 
 #include <functional>
 #include <optional>
-#include <span>
 #include <vector>
 
 #include "ChartMapper.h"
@@ -55,10 +54,6 @@ public:
     // How many times the cached still layer has been painted: it must not move on a plain
     // pointer move.
     int staticLayerBuilds() const { return m_staticBuilds; }
-
-    // The colour of each series' line, in order: the palette for the tickers, a neutral
-    // grey for a benchmark drawn as a reference. The legend uses the same.
-    static std::vector<QColor> colorsFor(std::span<const ChartSeries> series);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;

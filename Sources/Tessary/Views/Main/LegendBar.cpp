@@ -2,9 +2,9 @@
 
 #include "Tessary/Views/Common/FlowLayout.h"
 
+#include "Tessary/Model/Palette.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
-#include "Tessary/Views/Chart/ChartView.h"
 
 #include <QEvent>
 #include <QPainter>
@@ -59,7 +59,7 @@ void LegendBar::rebuild()
     if (!comparison)
         return;
 
-    const auto colors = ChartView::colorsFor(comparison->series);
+    const auto colors = Palette::seriesColors(comparison->series);
     for (std::size_t i = 0; i < comparison->series.size(); ++i) {
         const ChartSeries& series = comparison->series[i];
         auto* chip = new QToolButton(this);

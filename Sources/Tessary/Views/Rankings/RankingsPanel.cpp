@@ -10,8 +10,8 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include "Tessary/Model/Palette.h"
 #include "Tessary/Store/Store.h"
-#include "Tessary/Views/Chart/ChartView.h"
 
 namespace tessary {
 
@@ -83,7 +83,7 @@ void RankingsPanel::refreshGrid()
         // The labels take the colours of the chart's lines; the benchmark's own line and
         // symbols outside the list keep the secondary colour.
         const QStringList tickers = m_store.selectedTickers();
-        const std::vector<QColor> colors = ChartView::colorsFor(comparison->series);
+        const std::vector<QColor> colors = Palette::seriesColors(comparison->series);
         for (std::size_t i = 0; i < comparison->series.size(); ++i) {
             const ChartSeries& series = comparison->series[i];
             if (!series.isBenchmark && series.ticker != input.benchmark && tickers.contains(series.ticker))
