@@ -24,11 +24,7 @@ const QString ann = QStringLiteral("ann@example.com");
 
 QString headerOf(const HttpResponse& response, const char* name)
 {
-    for (const auto& [key, value] : response.headers) {
-        if (key.compare(name, Qt::CaseInsensitive) == 0)
-            return QString::fromLatin1(value);
-    }
-    return {};
+    return QString::fromLatin1(response.header(name).value_or(QByteArray()));
 }
 
 QByteArray documentNamed(const QString& name)

@@ -75,9 +75,15 @@ Reply send(QNetworkAccessManager& network, const QByteArray& method, const QUrl&
     return finish(*reply);
 }
 
-// Starts `tessary-server serve` on `data`; the base URL it listens on, or an invalid one.
-QUrl startServer(QProcess& server, const QString& data)
+// Adds the account to `data`, then starts `tessary-server serve` on it; the base URL it
+// listens on, or an invalid one.
+QUrl startServer(QProcess& server, const QString& data, const QString& email, const QString& password)
 {
+    const QByteArray typed = (password + u'\n' + password + u'\n').toUtf8();
+    if (run({ QStringLiteral("account"), QStringLiteral("add"), email, QStringLiteral("--data-dir"), data }, typed)
+            .exitCode
+        != 0)
+        return {};
     server.start(
         executable, { QStringLiteral("serve"), QStringLiteral("--no-demo"), QStringLiteral("--data-dir"), data });
     if (!server.waitForStarted(10'000))
@@ -232,13 +238,9 @@ void AccountsServerTests::accountCommands()
 void AccountsServerTests::signInThroughTheRunningServer()
 {
     QTemporaryDir data;
-    QCOMPARE(run({ QStringLiteral("account"), QStringLiteral("add"), QStringLiteral("dee@example.com"),
-                     QStringLiteral("--data-dir"), data.path() },
-                 "dee's password\ndee's password\n")
-                 .exitCode,
-        0);
     QProcess server;
-    const QUrl base = startServer(server, data.path());
+    const QUrl base
+        = startServer(server, data.path(), QStringLiteral("dee@example.com"), QStringLiteral("dee's password"));
     QVERIFY(base.isValid());
     QNetworkAccessManager network;
 
@@ -271,12 +273,8 @@ void AccountsServerTests::settingsThroughTheRunningServer()
     QTemporaryDir data;
     const QString eve = QStringLiteral("eve@example.com");
     const QStringList dataDir { QStringLiteral("--data-dir"), data.path() };
-    QCOMPARE(run(QStringList { QStringLiteral("account"), QStringLiteral("add"), eve } + dataDir,
-                 "eve's password\neve's password\n")
-                 .exitCode,
-        0);
     QProcess server;
-    const QUrl base = startServer(server, data.path());
+    const QUrl base = startServer(server, data.path(), eve, QStringLiteral("eve's password"));
     QVERIFY(base.isValid());
     QNetworkAccessManager network;
     const QString token = tokenFor(network, base, eve, QStringLiteral("eve's password"));

@@ -98,13 +98,10 @@ std::expected<void, AccountError> Accounts::add(const QString& email, const QStr
 
 std::expected<bool, AccountError> Accounts::exists(const QString& email) const
 {
-    const auto address = normalisedEmail(email);
-    if (!address)
-        return std::unexpected(address.error());
-    const auto found = stored(m_store->findAccount(*address));
-    if (!found)
-        return std::unexpected(found.error());
-    return found->has_value();
+    const auto account = existing(email);
+    if (!account && account.error().kind != AccountError::Kind::unknownAccount)
+        return std::unexpected(account.error());
+    return account.has_value();
 }
 
 std::expected<QStringList, AccountError> Accounts::emails() const

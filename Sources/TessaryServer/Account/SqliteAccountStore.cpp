@@ -226,33 +226,59 @@ std::expected<bool, DataError> SqliteAccountStore::removeToken(const QString& di
     return *removed == 1;
 }
 
+std::expected<std::optional<SettingsVersion>, DataError> SqliteAccountStore::newestSettings(qint64 accountId) const
+{
+    std::lock_guard lock(m_mutex);
+    auto query = Statement::prepare(m_connection,
+        "SELECT version, saved_at, document FROM account_settings WHERE account_id = ? ORDER BY version DESC LIMIT 1");
+    if (!query)
+        return unexpected(query.error());
+    query->bind(1, accountId);
+    if (!query->next()) {
+        if (const auto error = query->error())
+            return unexpected(*error);
+        return std::nullopt;
+    }
+    return SettingsVersion { query->integer(0), QDateTime::fromMSecsSinceEpoch(query->integer(1), Qt::UTC),
+        query->bytes(2) };
+}
+
+std::expected<void, DataError> SqliteAccountStore::insertSettings(qint64 accountId, const SettingsVersion& settings)
+{
+    auto insert = Statement::prepare(
+        m_connection, "INSERT INTO account_settings (account_id, version, saved_at, document) VALUES (?, ?, ?, ?)");
+    if (!insert)
+        return unexpected(insert.error());
+    insert->bind(1, accountId);
+    insert->bind(2, settings.version);
+    insert->bind(3, settings.savedAt.toMSecsSinceEpoch());
+    insert->bindBytes(4, settings.document);
+    return insert->run();
+}
+
 std::expected<SettingsVersion, DataError> SqliteAccountStore::latestSettings(
     qint64 accountId, const QByteArray& initial, const QDateTime& now)
 {
-    auto seed = Statement::prepare(m_connection,
-        "INSERT INTO account_settings (account_id, version, saved_at, document) SELECT ?1, 1, ?2, ?3 "
-        "WHERE NOT EXISTS (SELECT 1 FROM account_settings WHERE account_id = ?1)");
-    if (!seed)
-        return unexpected(seed.error());
-    seed->bind(1, accountId);
-    seed->bind(2, now.toMSecsSinceEpoch());
-    seed->bindBytes(3, initial);
-    if (auto seeded = seed->run(); !seeded)
-        return unexpected(seeded.error());
-    auto latest = Statement::prepare(m_connection,
-        "SELECT version, saved_at, document FROM account_settings WHERE account_id = ? ORDER BY version DESC LIMIT 1");
-    if (!latest)
-        return unexpected(latest.error());
-    latest->bind(1, accountId);
-    if (!latest->next())
-        return unexpected(latest->error().value_or(DataError { QStringLiteral("the settings vanished") }));
-    return SettingsVersion { latest->integer(0), QDateTime::fromMSecsSinceEpoch(latest->integer(1), Qt::UTC),
-        latest->bytes(2) };
+    const auto newest = newestSettings(accountId);
+    if (!newest)
+        return unexpected(newest.error());
+    if (*newest)
+        return **newest;
+    const SettingsVersion first { 1, now, initial };
+    if (auto inserted = insertSettings(accountId, first); !inserted)
+        return unexpected(inserted.error());
+    return first;
 }
 
 std::expected<SettingsVersion, DataError> SqliteAccountStore::currentSettings(
     qint64 accountId, const QByteArray& initial, const QDateTime& now)
 {
+    // Reading needs no write lock; only an account's very first read stores its first version.
+    const auto newest = newestSettings(accountId);
+    if (!newest)
+        return unexpected(newest.error());
+    if (*newest)
+        return **newest;
     return inTransaction<SettingsVersion>([&] { return latestSettings(accountId, initial, now); });
 }
 
@@ -267,15 +293,7 @@ std::expected<SettingsWrite, DataError> SqliteAccountStore::writeSettings(qint64
         if (basedOn && *basedOn != latest->version)
             return SettingsWrite { false, *latest };
         const SettingsVersion next { latest->version + 1, now, document };
-        auto insert = Statement::prepare(
-            m_connection, "INSERT INTO account_settings (account_id, version, saved_at, document) VALUES (?, ?, ?, ?)");
-        if (!insert)
-            return unexpected(insert.error());
-        insert->bind(1, accountId);
-        insert->bind(2, next.version);
-        insert->bind(3, now.toMSecsSinceEpoch());
-        insert->bindBytes(4, document);
-        if (auto inserted = insert->run(); !inserted)
+        if (auto inserted = insertSettings(accountId, next); !inserted)
             return unexpected(inserted.error());
         // Versions are numbered without gaps, so this keeps exactly the newest `kept`.
         auto prune

@@ -56,6 +56,8 @@ private:
     // Runs `work` in a write transaction: committed when it succeeds, rolled back otherwise.
     template <typename T>
     std::expected<T, DataError> inTransaction(const std::function<std::expected<T, DataError>()>& work);
+    std::expected<std::optional<SettingsVersion>, DataError> newestSettings(qint64 accountId) const;
+    std::expected<void, DataError> insertSettings(qint64 accountId, const SettingsVersion& settings);
     // The newest version, after storing `initial` as version 1 when there is none; call
     // inside a write transaction.
     std::expected<SettingsVersion, DataError> latestSettings(
