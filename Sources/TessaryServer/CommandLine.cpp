@@ -157,18 +157,20 @@ std::expected<Command, UsageError> parseAccount(ArgumentReader& reader)
     using Action = AccountCommand::Action;
     static const QList<std::pair<QString, Action>> actions { { QStringLiteral("add"), Action::add },
         { QStringLiteral("list"), Action::list }, { QStringLiteral("remove"), Action::remove },
-        { QStringLiteral("reset-password"), Action::resetPassword } };
+        { QStringLiteral("reset-password"), Action::resetPassword }, { QStringLiteral("history"), Action::history },
+        { QStringLiteral("restore"), Action::restore } };
+    const auto actionNames = QStringLiteral("add, list, remove, reset-password, history or restore");
     if (reader.atEnd())
-        return usage(QStringLiteral("account needs add, list, remove or reset-password"));
+        return usage(QStringLiteral("account needs ") + actionNames);
     const QString name = reader.next();
     const auto action = std::ranges::find(actions, name, &std::pair<QString, Action>::first);
     if (action == actions.end())
-        return usage(QStringLiteral("account: unknown action \"%1\" (add, list, remove or reset-password)").arg(name));
+        return usage(QStringLiteral("account: unknown action \"%1\" (%2)").arg(name, actionNames));
 
     AccountCommand command;
     command.action = action->second;
     const bool takesPassword = command.action == Action::add || command.action == Action::resetPassword;
-    QStringList emails;
+    QStringList operands;
     while (!reader.atEnd()) {
         const QString argument = reader.next();
         if (argument == u"--data-dir" || (argument == u"--password-file" && takesPassword)) {
@@ -179,15 +181,23 @@ std::expected<Command, UsageError> parseAccount(ArgumentReader& reader)
         } else if (argument.startsWith(u"--")) {
             return usage(QStringLiteral("account %1: unknown option \"%2\"").arg(name, argument));
         } else {
-            emails.append(argument);
+            operands.append(argument);
         }
     }
-    if (command.action == Action::list && !emails.isEmpty())
+    if (command.action == Action::list && !operands.isEmpty())
         return usage(QStringLiteral("account list takes no e-mail address"));
-    if (command.action != Action::list && emails.size() != 1)
+    if (command.action == Action::restore) {
+        if (operands.size() != 2)
+            return usage(QStringLiteral("account restore needs an e-mail address and a version"));
+        bool isNumber = false;
+        command.version = operands.takeLast().toLongLong(&isNumber);
+        if (!isNumber || command.version < 1)
+            return usage(QStringLiteral("account restore: the version must be a number from \"account history\""));
+    }
+    if (command.action != Action::list && operands.size() != 1)
         return usage(QStringLiteral("account %1 needs exactly one e-mail address").arg(name));
-    if (!emails.isEmpty())
-        command.email = emails.front();
+    if (!operands.isEmpty())
+        command.email = operands.front();
     if (command.dataDirectory.isEmpty())
         command.dataDirectory = defaultDataDirectory();
     return command;
@@ -221,12 +231,16 @@ QString usageText()
   tessary-server account list [--data-dir DIR]
   tessary-server account remove EMAIL [--data-dir DIR]
   tessary-server account reset-password EMAIL [--data-dir DIR] [--password-file FILE]
+  tessary-server account history EMAIL [--data-dir DIR]
+  tessary-server account restore EMAIL VERSION [--data-dir DIR]
   tessary-server --help
 
 serve             Serves the market data over HTTP: GET /tickers, /prices,
                   /tickergraph/related and /data/collections.json; the browser
-                  sign-in page /connect/mac; and the account API: POST and DELETE
-                  /device/token, GET /account/info. Prints
+                  sign-in page /connect/mac; the account API: POST and DELETE
+                  /device/token, GET /account/info, GET and PUT /account (the
+                  synced lists); and a read-only page of an account's lists at /.
+                  Prints
                   "listening on http://HOST:PORT" as its first line once it accepts
                   connections, and stops cleanly on SIGINT or SIGTERM.
   --host ADDRESS  Address to bind (default 127.0.0.1; "localhost" and IPv6 work too).
@@ -251,6 +265,10 @@ account list      Prints every account's e-mail address, one a line.
 account remove    Removes an account and signs out all its devices.
 account reset-password
                   Sets a new password (read as for "add") and signs out all devices.
+account history   Lists the kept versions of an account's synced lists (the last 50),
+                  newest first: version, time saved (UTC), size and number of lists.
+account restore   Puts a kept version back as a new version; the apps take it on
+                  their next sync.
 
 Every problem is reported on its own line; a failed command exits with a non-zero status.
 )")

@@ -48,11 +48,7 @@ HttpRequest request(const char* method, const QString& path, const QByteArray& b
 
 QString headerOf(const HttpResponse& response, const char* name)
 {
-    for (const auto& [key, value] : response.headers) {
-        if (key.compare(name, Qt::CaseInsensitive) == 0)
-            return QString::fromLatin1(value);
-    }
-    return {};
+    return QString::fromLatin1(response.header(name).value_or(QByteArray()));
 }
 
 QString formTokenOf(const HttpResponse& page)

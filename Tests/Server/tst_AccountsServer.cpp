@@ -1,3 +1,4 @@
+#include <QDeadlineTimer>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -39,10 +40,11 @@ struct Reply {
     int status = 0;
     QByteArray body;
     QByteArray location;
+    QByteArray etag;
 };
 
-Reply send(QNetworkAccessManager& network, const QByteArray& method, const QUrl& url, const QByteArray& body = {},
-    const QByteArray& contentType = {}, const QString& token = {})
+QNetworkRequest requestFor(
+    const QUrl& url, const QByteArray& contentType, const QString& token, const QByteArray& ifMatch)
 {
     QNetworkRequest request(url);
     // The redirect is what is checked, not followed: nothing listens on the app's port.
@@ -51,12 +53,95 @@ Reply send(QNetworkAccessManager& network, const QByteArray& method, const QUrl&
         request.setHeader(QNetworkRequest::ContentTypeHeader, contentType);
     if (!token.isEmpty())
         request.setRawHeader("Authorization", "Bearer " + token.toLatin1());
-    std::unique_ptr<QNetworkReply> reply(network.sendCustomRequest(request, method, body));
-    QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-    if (!reply->isFinished() && !finished.wait(10'000))
-        qWarning("no reply from %s", qPrintable(url.toString()));
-    return Reply { reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply->readAll(),
-        reply->rawHeader("Location") };
+    if (!ifMatch.isEmpty())
+        request.setRawHeader("If-Match", ifMatch);
+    return request;
+}
+
+Reply finish(QNetworkReply& reply)
+{
+    QSignalSpy finished(&reply, &QNetworkReply::finished);
+    if (!reply.isFinished() && !finished.wait(10'000))
+        qWarning("no reply from %s", qPrintable(reply.url().toString()));
+    return Reply { reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), reply.readAll(),
+        reply.rawHeader("Location"), reply.rawHeader("ETag") };
+}
+
+Reply send(QNetworkAccessManager& network, const QByteArray& method, const QUrl& url, const QByteArray& body = {},
+    const QByteArray& contentType = {}, const QString& token = {}, const QByteArray& ifMatch = {})
+{
+    std::unique_ptr<QNetworkReply> reply(
+        network.sendCustomRequest(requestFor(url, contentType, token, ifMatch), method, body));
+    return finish(*reply);
+}
+
+// Adds the account to `data`, then starts `tessary-server serve` on it; the base URL it
+// listens on, or an invalid one.
+QUrl startServer(QProcess& server, const QString& data, const QString& email, const QString& password)
+{
+    const QByteArray typed = (password + u'\n' + password + u'\n').toUtf8();
+    if (run({ QStringLiteral("account"), QStringLiteral("add"), email, QStringLiteral("--data-dir"), data }, typed)
+            .exitCode
+        != 0)
+        return {};
+    server.start(
+        executable, { QStringLiteral("serve"), QStringLiteral("--no-demo"), QStringLiteral("--data-dir"), data });
+    if (!server.waitForStarted(10'000))
+        return {};
+    QDeadlineTimer deadline(30'000);
+    while (!server.canReadLine() && !deadline.hasExpired())
+        server.waitForReadyRead(1000);
+    const auto match = QRegularExpression(QStringLiteral("^listening on (http://127\\.0\\.0\\.1:\\d+)$"))
+                           .match(QString::fromUtf8(server.readLine()).trimmed());
+    return match.hasMatch() ? QUrl(match.captured(1)) : QUrl();
+}
+
+void stopServer(QProcess& server)
+{
+    ::kill(static_cast<pid_t>(server.processId()), SIGTERM);
+    server.waitForFinished(10'000);
+}
+
+// Approves the app's sign-in on the connect page; the code from the redirect to the app.
+QString approvedCode(QNetworkAccessManager& network, const QUrl& base, const QString& email, const QString& password)
+{
+    QUrl pageUrl = base.resolved(QUrl(QStringLiteral("/connect/mac")));
+    pageUrl.setQuery(QStringLiteral("challenge=%1&state=xyz&port=49152&name=Dee%27s%20PC").arg(challenge));
+    const Reply page = send(network, "GET", pageUrl);
+    const QString form = QRegularExpression(QStringLiteral("name=\"form\" value=\"([^\"]*)\""))
+                             .match(QString::fromUtf8(page.body))
+                             .captured(1);
+    QByteArrayList fields;
+    for (const auto& [name, value] : { std::pair { "challenge", challenge }, { "state", QStringLiteral("xyz") },
+             { "port", QStringLiteral("49152") }, { "name", QStringLiteral("Dee's PC") }, { "form", form },
+             { "email", email }, { "password", password }, { "decision", QStringLiteral("approve") } })
+        fields.append(name + QByteArray("=") + QUrl::toPercentEncoding(value));
+    const Reply approved = send(
+        network, "POST", pageUrl.adjusted(QUrl::RemoveQuery), fields.join('&'), "application/x-www-form-urlencoded");
+    const QUrl callback(QString::fromLatin1(approved.location));
+    if (callback.adjusted(QUrl::RemoveQuery) != QUrl(QStringLiteral("http://127.0.0.1:49152/callback"))
+        || QUrlQuery(callback).queryItemValue(QStringLiteral("state")) != u"xyz")
+        return {};
+    return QUrlQuery(callback).queryItemValue(QStringLiteral("code"));
+}
+
+QByteArray exchangeBody(const QString& code)
+{
+    return QJsonDocument(QJsonObject { { "code", code }, { "verifier", verifier } }).toJson();
+}
+
+QString tokenFor(QNetworkAccessManager& network, const QUrl& base, const QString& email, const QString& password)
+{
+    const Reply issued = send(network, "POST", base.resolved(QUrl(QStringLiteral("/device/token"))),
+        exchangeBody(approvedCode(network, base, email, password)), "application/json");
+    return QJsonDocument::fromJson(issued.body)[u"token"].toString();
+}
+
+QByteArray documentNamed(const QString& name)
+{
+    return QStringLiteral(R"({"comparisonSets":[{"id":"set_mac_1","name":"%1"}],"activeSetId":null,"updatedAt":1})")
+        .arg(name)
+        .toUtf8();
 }
 
 } // namespace
@@ -69,6 +154,7 @@ private Q_SLOTS:
     void accountCommands_data();
     void accountCommands();
     void signInThroughTheRunningServer();
+    void settingsThroughTheRunningServer();
 
 private:
     QTemporaryDir m_directory;
@@ -120,6 +206,14 @@ void AccountsServerTests::accountCommands_data()
     QTest::newRow("password file for remove") << "remove ann@example.com --password-file PASSWORD_FILE" << QByteArray()
                                               << 2 << "unknown option \"--password-file\"";
     QTest::newRow("unknown action") << "rename a@b.c" << QByteArray() << 2 << "unknown action \"rename\"";
+    QTest::newRow("history of nobody") << "history cat@example.com" << QByteArray() << 1
+                                       << "There is no account for cat@example.com.";
+    QTest::newRow("restore an unknown version")
+        << "restore ann@example.com 4" << QByteArray() << 1 << "Version 4 of the settings is not kept";
+    QTest::newRow("restore without a version")
+        << "restore ann@example.com" << QByteArray() << 2 << "needs an e-mail address and a version";
+    QTest::newRow("restore a word") << "restore ann@example.com latest" << QByteArray() << 2
+                                    << "the version must be a number";
 }
 
 void AccountsServerTests::accountCommands()
@@ -144,51 +238,20 @@ void AccountsServerTests::accountCommands()
 void AccountsServerTests::signInThroughTheRunningServer()
 {
     QTemporaryDir data;
-    QCOMPARE(run({ QStringLiteral("account"), QStringLiteral("add"), QStringLiteral("dee@example.com"),
-                     QStringLiteral("--data-dir"), data.path() },
-                 "dee's password\ndee's password\n")
-                 .exitCode,
-        0);
     QProcess server;
-    server.start(executable,
-        { QStringLiteral("serve"), QStringLiteral("--no-demo"), QStringLiteral("--data-dir"), data.path() });
-    QVERIFY(server.waitForStarted(10'000));
-    QTRY_VERIFY_WITH_TIMEOUT(server.canReadLine(), 30'000);
-    const auto match = QRegularExpression(QStringLiteral("^listening on (http://127\\.0\\.0\\.1:\\d+)$"))
-                           .match(QString::fromUtf8(server.readLine()).trimmed());
-    QVERIFY(match.hasMatch());
-    const QUrl base(match.captured(1));
+    const QUrl base
+        = startServer(server, data.path(), QStringLiteral("dee@example.com"), QStringLiteral("dee's password"));
+    QVERIFY(base.isValid());
     QNetworkAccessManager network;
 
-    QUrl pageUrl = base.resolved(QUrl(QStringLiteral("/connect/mac")));
-    pageUrl.setQuery(QStringLiteral("challenge=%1&state=xyz&port=49152&name=Dee%27s%20PC").arg(challenge));
-    const Reply page = send(network, "GET", pageUrl);
-    QCOMPARE(page.status, 200);
-    const QString form = QRegularExpression(QStringLiteral("name=\"form\" value=\"([^\"]*)\""))
-                             .match(QString::fromUtf8(page.body))
-                             .captured(1);
-    QVERIFY(page.body.contains("Connect Tessary on Dee's PC?"));
-
-    QByteArrayList fields;
-    for (const auto& [name, value] :
-        { std::pair { "challenge", challenge }, { "state", QStringLiteral("xyz") }, { "port", QStringLiteral("49152") },
-            { "name", QStringLiteral("Dee's PC") }, { "form", form }, { "email", QStringLiteral("dee@example.com") },
-            { "password", QStringLiteral("dee's password") }, { "decision", QStringLiteral("approve") } })
-        fields.append(name + QByteArray("=") + QUrl::toPercentEncoding(value));
-    const Reply approved = send(
-        network, "POST", pageUrl.adjusted(QUrl::RemoveQuery), fields.join('&'), "application/x-www-form-urlencoded");
-    QCOMPARE(approved.status, 303);
-    const QUrl callback(QString::fromLatin1(approved.location));
-    QCOMPARE(callback.adjusted(QUrl::RemoveQuery), QUrl(QStringLiteral("http://127.0.0.1:49152/callback")));
-    const QString code = QUrlQuery(callback).queryItemValue(QStringLiteral("code"));
-    QCOMPARE(QUrlQuery(callback).queryItemValue(QStringLiteral("state")), QStringLiteral("xyz"));
-
+    const QString code
+        = approvedCode(network, base, QStringLiteral("dee@example.com"), QStringLiteral("dee's password"));
+    QVERIFY(!code.isEmpty());
     const QUrl tokenUrl = base.resolved(QUrl(QStringLiteral("/device/token")));
-    const QByteArray exchange = QJsonDocument(QJsonObject { { "code", code }, { "verifier", verifier } }).toJson();
-    const Reply issued = send(network, "POST", tokenUrl, exchange, "application/json");
+    const Reply issued = send(network, "POST", tokenUrl, exchangeBody(code), "application/json");
     QCOMPARE(issued.status, 200);
     const QString token = QJsonDocument::fromJson(issued.body)[u"token"].toString();
-    QCOMPARE(send(network, "POST", tokenUrl, exchange, "application/json").status, 400);
+    QCOMPARE(send(network, "POST", tokenUrl, exchangeBody(code), "application/json").status, 400);
 
     const QUrl infoUrl = base.resolved(QUrl(QStringLiteral("/account/info")));
     const Reply info = send(network, "GET", infoUrl, {}, {}, token);
@@ -198,12 +261,71 @@ void AccountsServerTests::signInThroughTheRunningServer()
     QCOMPARE(send(network, "GET", infoUrl, {}, {}, token).status, 401);
     QCOMPARE(send(network, "GET", base.resolved(QUrl(QStringLiteral("/tickers")))).status, 200);
 
-    ::kill(static_cast<pid_t>(server.processId()), SIGTERM);
-    QVERIFY(server.waitForFinished(10'000));
+    stopServer(server);
     QCOMPARE(server.exitCode(), 0);
     const QByteArray printed = server.readAll() + server.readAllStandardError();
     for (const QString& secret : { code, token, QStringLiteral("dee's password") })
         QVERIFY2(!printed.contains(secret.toUtf8()), printed.constData());
+}
+
+void AccountsServerTests::settingsThroughTheRunningServer()
+{
+    QTemporaryDir data;
+    const QString eve = QStringLiteral("eve@example.com");
+    const QStringList dataDir { QStringLiteral("--data-dir"), data.path() };
+    QProcess server;
+    const QUrl base = startServer(server, data.path(), eve, QStringLiteral("eve's password"));
+    QVERIFY(base.isValid());
+    QNetworkAccessManager network;
+    const QString token = tokenFor(network, base, eve, QStringLiteral("eve's password"));
+    QVERIFY(!token.isEmpty());
+    const QUrl account = base.resolved(QUrl(QStringLiteral("/account")));
+
+    QCOMPARE(send(network, "GET", account).status, 401);
+    const Reply first = send(network, "GET", account, {}, {}, token);
+    QCOMPARE(first.status, 200);
+    QCOMPARE(first.etag, QByteArray("\"1\""));
+
+    // Two computers write on version 1 at the same moment, over two connections.
+    std::array<std::unique_ptr<QNetworkReply>, 2> writes;
+    for (int index = 0; index < 2; ++index) {
+        writes[index].reset(network.put(requestFor(account, "application/json", token, "\"1\""),
+            documentNamed(QStringLiteral("Written by computer %1").arg(index))));
+    }
+    const std::array answers { finish(*writes[0]), finish(*writes[1]) };
+    QCOMPARE(answers[0].status + answers[1].status, 200 + 409);
+    const Reply& won = answers[0].status == 200 ? answers[0] : answers[1];
+    const Reply& lost = answers[0].status == 200 ? answers[1] : answers[0];
+    QCOMPARE(won.etag, QByteArray("\"2\""));
+    QCOMPARE(lost.etag, QByteArray("\"2\""));
+    QCOMPARE(lost.body, won.body);
+
+    // The transport reads a larger body whole; the handler then refuses it.
+    const QByteArray large = "{\"pad\":\"" + QByteArray(2 * 1024 * 1024, 'x') + "\"}";
+    QCOMPARE(send(network, "PUT", account, large, "application/json", token, "\"2\"").status, 413);
+
+    // Restoring the first version while the server runs makes it the newest.
+    const Finished history = run(QStringList { QStringLiteral("account"), QStringLiteral("history"), eve } + dataDir);
+    QCOMPARE(history.exitCode, 0);
+    const QStringList lines = history.out.split(u'\n');
+    QCOMPARE(lines.size(), 3);
+    QVERIFY2(QRegularExpression(
+                 QStringLiteral("^ +2  \\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\dZ +%1 +1$").arg(won.body.size()))
+                 .match(lines[1])
+                 .hasMatch(),
+        qPrintable(history.out));
+    QVERIFY2(lines[2].startsWith(u"      1  ") && lines[2].endsWith(u" 0"), qPrintable(history.out));
+    const Finished restored
+        = run(QStringList { QStringLiteral("account"), QStringLiteral("restore"), eve, QStringLiteral("1") } + dataDir);
+    QCOMPARE(restored.out, QStringLiteral("restored version 1 of eve@example.com as version 3"));
+    const Reply stale
+        = send(network, "PUT", account, documentNamed(QStringLiteral("Stale")), "application/json", token, "\"2\"");
+    QCOMPARE(stale.status, 409);
+    QCOMPARE(stale.etag, QByteArray("\"3\""));
+    QCOMPARE(stale.body, first.body);
+
+    stopServer(server);
+    QCOMPARE(server.exitCode(), 0);
 }
 
 QTEST_GUILESS_MAIN(AccountsServerTests)

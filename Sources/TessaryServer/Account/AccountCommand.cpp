@@ -1,6 +1,9 @@
 #include "AccountCommand.h"
 
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +22,8 @@ const auto repeatPrompt = QStringLiteral("Repeat the password: ");
 const auto addedText = QStringLiteral("added %1");
 const auto removedText = QStringLiteral("removed %1");
 const auto passwordChangedText = QStringLiteral("changed the password of %1 and signed out its devices");
+const auto historyHeader = QStringLiteral("version  saved (UTC)             bytes  lists");
+const auto restoredText = QStringLiteral("restored version %1 of %2 as version %3");
 
 std::unexpected<AccountError> inputFailure(const QString& text)
 {
@@ -77,6 +82,28 @@ std::optional<QString> promptedLine(const QString& prompt, bool terminal)
     return withoutLineBreak(line);
 }
 
+// One line of `account history`, aligned under `historyHeader`.
+QString historyLine(const SettingsVersion& settings)
+{
+    const auto sets = QJsonDocument::fromJson(settings.document).object().value(u"comparisonSets").toArray().size();
+    return QStringLiteral("%1  %2  %3  %4")
+        .arg(settings.version, 7)
+        .arg(settings.savedAt.toString(Qt::ISODate), -20)
+        .arg(settings.document.size(), 7)
+        .arg(sets, 5);
+}
+
+std::expected<QStringList, AccountError> history(Accounts& accounts, const QString& email)
+{
+    const auto versions = accounts.settingsHistory(email);
+    if (!versions)
+        return std::unexpected(versions.error());
+    QStringList lines { historyHeader };
+    for (const SettingsVersion& settings : *versions)
+        lines.append(historyLine(settings));
+    return lines;
+}
+
 } // namespace
 
 std::expected<QStringList, AccountError> runAccountCommand(
@@ -96,6 +123,14 @@ std::expected<QStringList, AccountError> runAccountCommand(
         if (auto removed = accounts.remove(*email); !removed)
             return std::unexpected(removed.error());
         return QStringList { removedText.arg(*email) };
+    }
+    if (command.action == Action::history)
+        return history(accounts, *email);
+    if (command.action == Action::restore) {
+        const auto restored = accounts.restoreSettings(*email, command.version);
+        if (!restored)
+            return std::unexpected(restored.error());
+        return QStringList { restoredText.arg(command.version).arg(*email).arg(restored->version) };
     }
 
     // Refuse before asking for a password that could not be used.

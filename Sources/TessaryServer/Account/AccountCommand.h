@@ -11,14 +11,15 @@
 
 namespace tessary::server {
 
-// `tessary-server account add|list|remove|reset-password`, parsed.
+// `tessary-server account add|list|remove|reset-password|history|restore`, parsed.
 struct AccountCommand {
-    enum class Action { add, list, remove, resetPassword };
+    enum class Action { add, list, remove, resetPassword, history, restore };
 
     Action action = Action::list;
     QString email; // empty for `list`
     QString dataDirectory;
     std::optional<QString> passwordFile;
+    qint64 version = 0; // for `restore`
 };
 
 // Supplies the new password of `add` and `reset-password`, only once everything else checked out.

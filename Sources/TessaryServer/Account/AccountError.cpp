@@ -17,6 +17,12 @@ const auto unknownCodeText = QStringLiteral("The sign-in code is unknown or was 
 const auto expiredCodeText = QStringLiteral("The sign-in code has expired. Sign in again.");
 const auto wrongVerifierText = QStringLiteral("The proof key does not belong to this sign-in code. Sign in again.");
 const auto unauthorizedText = QStringLiteral("This needs a valid bearer token. Sign in again.");
+const auto throttledText = QStringLiteral("Too many failed sign-ins. Try again in a few minutes.");
+const auto settingsTooLargeText = QStringLiteral("The settings document is larger than %1 MB.");
+const auto settingsNotAnObjectText = QStringLiteral("The settings document must be a JSON object.");
+const auto versionRequiredText
+    = QStringLiteral("Writing the settings needs an If-Match header with the ETag they were read with.");
+const auto unknownVersionText = QStringLiteral("Version %1 of the settings is not kept (see \"account history\").");
 
 } // namespace
 
@@ -45,6 +51,16 @@ QString AccountError::description() const
         return wrongVerifierText;
     case Kind::unauthorized:
         return unauthorizedText;
+    case Kind::throttled:
+        return throttledText;
+    case Kind::settingsTooLarge:
+        return settingsTooLargeText.arg(largestSettingsDocument / (1024 * 1024));
+    case Kind::settingsNotAnObject:
+        return settingsNotAnObjectText;
+    case Kind::versionRequired:
+        return versionRequiredText;
+    case Kind::unknownVersion:
+        return unknownVersionText.arg(detail);
     case Kind::badRequest:
     case Kind::passwordInput:
         return detail;

@@ -19,6 +19,11 @@ struct AccountError {
         expiredCode,
         wrongVerifier,
         unauthorized,
+        throttled, // too many failed sign-ins for now
+        settingsTooLarge,
+        settingsNotAnObject,
+        versionRequired, // a write of the settings without the version it is based on
+        unknownVersion, // `detail` is the version number
         badRequest, // a malformed request; `detail` says what is wrong
         passwordInput, // the password could not be read; `detail` says why
     };
@@ -31,5 +36,8 @@ struct AccountError {
 
 // Passwords shorter than this are refused everywhere they are set.
 inline constexpr int minimumPasswordLength = 8;
+// A settings document is a few kB per hundred lists; this leaves room for thousands while a
+// runaway client cannot fill the store.
+inline constexpr qsizetype largestSettingsDocument = 2 * 1024 * 1024;
 
 } // namespace tessary::server

@@ -2,17 +2,21 @@
 
 #include "Accounts.h"
 #include "ConnectRequest.h"
-#include "SignInThrottle.h"
+#include "ListsPageHandlers.h"
+#include "SettingsHandlers.h"
+#include "SignInGate.h"
 #include "TessaryServer/Http/HttpExchange.h"
 
 namespace tessary::server {
 
 // The browser sign-in and the account API, as functions of a parsed request over the
-// accounts and the sign-in throttle:
+// accounts and one sign-in throttle:
 //   GET  /connect/mac   the connect page for the app's challenge, state, port and name
 //   POST /connect/mac   the page's form: 303 to the app's loopback /callback, or the page again
 //   POST /device/token  {"code","verifier"} → {"token"}
 //   DELETE /device/token, GET /account/info   with "Authorization: Bearer TOKEN"
+//   GET, PUT /account   the settings document (SettingsHandlers)
+//   /, /sign-out        the lists page for a browser (ListsPageHandlers)
 // No answer and no error text ever contains a password, a code or a token it was sent.
 class AccountHandlers {
 public:
@@ -30,14 +34,15 @@ private:
 
     // The connect page again, with a fresh form token and a refusal.
     HttpResponse pageAgain(const ConnectRequest& request, const QString& email, const QString& message, int status);
-    // Checks the e-mail and password (creating the account first when asked to); counts
-    // failures for the throttle.
+    // Checks the e-mail and password (creating the account first when asked to).
     std::expected<AccountRecord, HttpResponse> signIn(
         const ConnectRequest& connect, const QueryItems& fields, const QString& clientAddress);
 
     Accounts& m_accounts;
     bool m_signup = false;
-    SignInThrottle m_throttle;
+    SignInGate m_gate;
+    SettingsHandlers m_settings;
+    ListsPageHandlers m_listsPage;
 };
 
 } // namespace tessary::server

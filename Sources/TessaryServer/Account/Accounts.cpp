@@ -1,5 +1,8 @@
 #include "Accounts.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 
 #include <type_traits>
@@ -95,13 +98,10 @@ std::expected<void, AccountError> Accounts::add(const QString& email, const QStr
 
 std::expected<bool, AccountError> Accounts::exists(const QString& email) const
 {
-    const auto address = normalisedEmail(email);
-    if (!address)
-        return std::unexpected(address.error());
-    const auto found = stored(m_store->findAccount(*address));
-    if (!found)
-        return std::unexpected(found.error());
-    return found->has_value();
+    const auto account = existing(email);
+    if (!account && account.error().kind != AccountError::Kind::unknownAccount)
+        return std::unexpected(account.error());
+    return account.has_value();
 }
 
 std::expected<QStringList, AccountError> Accounts::emails() const
@@ -194,6 +194,96 @@ std::expected<void, AccountError> Accounts::revokeToken(const QString& token)
     if (!*removed)
         return refuse(AccountError::Kind::unauthorized);
     return {};
+}
+
+std::expected<AccountRecord, AccountError> Accounts::existing(const QString& email) const
+{
+    const auto address = normalisedEmail(email);
+    if (!address)
+        return std::unexpected(address.error());
+    const auto found = stored(m_store->findAccount(*address));
+    if (!found)
+        return std::unexpected(found.error());
+    if (!*found)
+        return refuse(AccountError::Kind::unknownAccount, *address);
+    return **found;
+}
+
+QByteArray Accounts::initialSettings() const
+{
+    // The time as the lists keep theirs: milliseconds since 1970.
+    const QJsonObject document { { QStringLiteral("comparisonSets"), QJsonArray() },
+        { QStringLiteral("activeSetId"), QJsonValue::Null },
+        { QStringLiteral("updatedAt"), m_clock().toMSecsSinceEpoch() } };
+    return QJsonDocument(document).toJson(QJsonDocument::Compact);
+}
+
+std::expected<SettingsVersion, AccountError> Accounts::settings(qint64 accountId)
+{
+    return stored(m_store->currentSettings(accountId, initialSettings(), m_clock()));
+}
+
+std::expected<SettingsWrite, AccountError> Accounts::replaceSettings(
+    qint64 accountId, std::optional<qint64> basedOn, const QByteArray& document)
+{
+    if (document.size() > largestSettingsDocument)
+        return refuse(AccountError::Kind::settingsTooLarge);
+    if (!QJsonDocument::fromJson(document).isObject())
+        return refuse(AccountError::Kind::settingsNotAnObject);
+    return stored(
+        m_store->writeSettings(accountId, basedOn, document, initialSettings(), m_clock(), keptSettingsVersions));
+}
+
+std::expected<QList<SettingsVersion>, AccountError> Accounts::settingsHistory(const QString& email)
+{
+    const auto account = existing(email);
+    if (!account)
+        return std::unexpected(account.error());
+    return stored(m_store->settingsHistory(account->id));
+}
+
+std::expected<SettingsVersion, AccountError> Accounts::restoreSettings(const QString& email, qint64 version)
+{
+    const auto account = existing(email);
+    if (!account)
+        return std::unexpected(account.error());
+    const auto history = stored(m_store->settingsHistory(account->id));
+    if (!history)
+        return std::unexpected(history.error());
+    const auto kept = std::ranges::find(*history, version, &SettingsVersion::version);
+    if (kept == history->end())
+        return refuse(AccountError::Kind::unknownVersion, QString::number(version));
+    const auto written = stored(m_store->writeSettings(
+        account->id, std::nullopt, kept->document, initialSettings(), m_clock(), keptSettingsVersions));
+    if (!written)
+        return std::unexpected(written.error());
+    return written->current;
+}
+
+std::expected<QString, AccountError> Accounts::openSession(qint64 accountId)
+{
+    const QString session = newSecret();
+    const QDateTime now = m_clock();
+    if (auto added
+        = stored(m_store->addSession(secretDigest(session), accountId, now.addDuration(sessionLifetime), now));
+        !added)
+        return std::unexpected(added.error());
+    return session;
+}
+
+std::expected<AccountRecord, AccountError> Accounts::accountForSession(const QString& session) const
+{
+    const auto found = stored(m_store->accountForSession(secretDigest(session), m_clock()));
+    if (!found)
+        return std::unexpected(found.error());
+    if (!*found)
+        return refuse(AccountError::Kind::unauthorized);
+    return **found;
+}
+
+std::expected<void, AccountError> Accounts::closeSession(const QString& session)
+{
+    return stored(m_store->removeSession(secretDigest(session)));
 }
 
 std::expected<QByteArray, AccountError> Accounts::formSecret()

@@ -19,6 +19,8 @@ class Accounts {
 public:
     using Clock = std::function<QDateTime()>;
     static constexpr std::chrono::minutes codeLifetime { 5 };
+    static constexpr int keptSettingsVersions = 50;
+    static constexpr std::chrono::days sessionLifetime { 7 };
 
     explicit Accounts(std::unique_ptr<AccountStore> store, Clock clock = &QDateTime::currentDateTimeUtc);
 
@@ -45,10 +47,31 @@ public:
     std::expected<AccountRecord, AccountError> accountForToken(const QString& token) const;
     std::expected<void, AccountError> revokeToken(const QString& token);
 
+    // The account's settings document: a new account's has no lists.
+    std::expected<SettingsVersion, AccountError> settings(qint64 accountId);
+    // Stores `document` (a JSON object, kept byte for byte) as the next version when the
+    // current one is `basedOn`, any when nothing; when it is not, nothing is written and the
+    // result carries the standing version.
+    std::expected<SettingsWrite, AccountError> replaceSettings(
+        qint64 accountId, std::optional<qint64> basedOn, const QByteArray& document);
+    // The kept versions, newest first.
+    std::expected<QList<SettingsVersion>, AccountError> settingsHistory(const QString& email);
+    // Puts a kept version back as a new version: a client that saw a later one gets a
+    // conflict on its next write and takes the restored document.
+    std::expected<SettingsVersion, AccountError> restoreSettings(const QString& email, qint64 version);
+
+    // A browser session of the lists page, for `sessionLifetime`.
+    std::expected<QString, AccountError> openSession(qint64 accountId);
+    std::expected<AccountRecord, AccountError> accountForSession(const QString& session) const;
+    std::expected<void, AccountError> closeSession(const QString& session);
+
     std::expected<QByteArray, AccountError> formSecret();
     QDateTime now() const { return m_clock(); }
 
 private:
+    std::expected<AccountRecord, AccountError> existing(const QString& email) const;
+    QByteArray initialSettings() const;
+
     std::unique_ptr<AccountStore> m_store;
     Clock m_clock;
 };

@@ -21,7 +21,4 @@ struct ConnectPage {
     QByteArray html() const;
 };
 
-// A page with nothing to do but read: a broken link, an expired form.
-QByteArray messagePage(const QString& title, const QString& message);
-
 } // namespace tessary::server

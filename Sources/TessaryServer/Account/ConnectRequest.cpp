@@ -1,12 +1,11 @@
 #include "ConnectRequest.h"
 
-#include <QMessageAuthenticationCode>
 #include <QRegularExpression>
 #include <QUrl>
 
 #include <algorithm>
 
-#include "Secrets.h"
+#include "FormToken.h"
 
 namespace tessary::server {
 
@@ -34,19 +33,6 @@ bool printable(const QString& text)
 std::unexpected<AccountError> badRequest(const QString& text)
 {
     return std::unexpected(AccountError { AccountError::Kind::badRequest, text });
-}
-
-QByteArray signature(const QByteArray& key, qint64 issued, const ConnectRequest& request)
-{
-    QMessageAuthenticationCode mac(QCryptographicHash::Sha256, key);
-    // Each value is preceded by its length, so no two different requests sign alike.
-    for (const QString& value :
-        { QString::number(issued), request.challenge, request.state, QString::number(request.port), request.name }) {
-        const QByteArray utf8 = value.toUtf8();
-        mac.addData(QByteArray::number(utf8.size()) + ':');
-        mac.addData(utf8);
-    }
-    return mac.result();
 }
 
 } // namespace
@@ -86,23 +72,19 @@ QByteArray ConnectRequest::callbackLocation(const std::optional<QString>& code) 
     return location + "&state=" + QUrl::toPercentEncoding(state);
 }
 
+QStringList ConnectRequest::signedValues() const
+{
+    return { challenge, state, QString::number(port), name };
+}
+
 QString ConnectRequest::formToken(const QByteArray& key, const QDateTime& issued) const
 {
-    const qint64 seconds = issued.toSecsSinceEpoch();
-    return QString::number(seconds) + u'.' + base64Url(signature(key, seconds, *this));
+    return server::formToken(key, issued, signedValues());
 }
 
 bool ConnectRequest::acceptsFormToken(const QByteArray& key, const QString& token, const QDateTime& now) const
 {
-    const qsizetype dot = token.indexOf(u'.');
-    bool isNumber = false;
-    const qint64 issued = dot > 0 ? token.left(dot).toLongLong(&isNumber) : 0;
-    if (!isNumber)
-        return false;
-    const qint64 age = now.toSecsSinceEpoch() - issued;
-    // A little tolerance the other way for servers that share the store but not the clock.
-    const bool fresh = age >= -60 && age <= std::chrono::seconds(formLifetime).count();
-    return fresh && equalSecrets(token.mid(dot + 1).toLatin1(), base64Url(signature(key, issued, *this)).toLatin1());
+    return server::acceptsFormToken(key, token, signedValues(), now, formLifetime);
 }
 
 } // namespace tessary::server

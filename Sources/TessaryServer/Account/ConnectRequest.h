@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 
 #include <chrono>
 #include <expected>
@@ -38,6 +39,9 @@ struct ConnectRequest {
     // time and the four values, so neither can be changed without the server's key.
     QString formToken(const QByteArray& key, const QDateTime& issued) const;
     bool acceptsFormToken(const QByteArray& key, const QString& token, const QDateTime& now) const;
+
+private:
+    QStringList signedValues() const;
 };
 
 } // namespace tessary::server

@@ -76,6 +76,11 @@ void Statement::bind(int index, std::optional<double> value)
         sqlite3_bind_null(m_statement, index);
 }
 
+void Statement::bindBytes(int index, QByteArrayView value)
+{
+    sqlite3_bind_blob64(m_statement, index, value.data(), static_cast<sqlite3_uint64>(value.size()), SQLITE_TRANSIENT);
+}
+
 bool Statement::next()
 {
     const int status = sqlite3_step(m_statement);
@@ -115,6 +120,12 @@ QString Statement::text(int column) const
 {
     const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(m_statement, column));
     return QString::fromUtf8(bytes, sqlite3_column_bytes(m_statement, column));
+}
+
+QByteArray Statement::bytes(int column) const
+{
+    const auto* data = static_cast<const char*>(sqlite3_column_blob(m_statement, column));
+    return QByteArray(data, sqlite3_column_bytes(m_statement, column));
 }
 
 std::optional<QString> Statement::optionalText(int column) const

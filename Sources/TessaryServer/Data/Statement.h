@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include <expected>
@@ -28,6 +29,8 @@ public:
     void bind(int index, const QString& value);
     void bind(int index, const std::optional<QString>& value);
     void bind(int index, std::optional<double> value);
+    // As a blob: kept byte for byte, whatever the bytes are.
+    void bindBytes(int index, QByteArrayView value);
 
     // True while a row is available; an error ends the rows and is kept in `error()`.
     bool next();
@@ -39,6 +42,7 @@ public:
     qint64 integer(int column) const;
     double real(int column) const;
     QString text(int column) const;
+    QByteArray bytes(int column) const;
     std::optional<QString> optionalText(int column) const;
     std::optional<double> optionalReal(int column) const;
 

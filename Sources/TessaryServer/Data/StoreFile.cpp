@@ -72,9 +72,27 @@ CREATE TABLE server_secrets (
 );
 )";
 
+// Version 3: every account's settings document, each version of it kept as sent (the newest is
+// the current one, older ones are the history), and the browser sessions of the lists page.
+constexpr auto settingsSchemaSql = R"(
+CREATE TABLE account_settings (
+    account_id INTEGER NOT NULL REFERENCES accounts(id) ON DELETE CASCADE,
+    version INTEGER NOT NULL,
+    saved_at INTEGER NOT NULL,
+    document BLOB NOT NULL,
+    PRIMARY KEY (account_id, version)
+);
+CREATE TABLE web_sessions (
+    session_hash TEXT PRIMARY KEY,
+    account_id INTEGER NOT NULL REFERENCES accounts(id) ON DELETE CASCADE,
+    expires_at INTEGER NOT NULL
+) WITHOUT ROWID;
+CREATE INDEX web_sessions_by_account ON web_sessions(account_id);
+)";
+
 // Step i brings the schema from version i to i + 1. Released steps are never edited, only
 // followed by new ones.
-constexpr std::array migrations = { marketSchemaSql, accountSchemaSql };
+constexpr std::array migrations = { marketSchemaSql, accountSchemaSql, settingsSchemaSql };
 static_assert(migrations.size() == storeSchemaVersion);
 
 std::unexpected<DataError> failure(const QString& text)

@@ -13,7 +13,7 @@ namespace tessary::server {
 // The server keeps everything in one SQLite file (WAL) in its data directory: the market data
 // and the accounts. Either side may open it first, so both go through here and the schema has
 // one version number for the whole file.
-inline constexpr int storeSchemaVersion = 2;
+inline constexpr int storeSchemaVersion = 3;
 inline constexpr auto storeFileName = "market.sqlite";
 
 // Opens the store in `directory` (creating the directory and the file when missing) with its

@@ -13,13 +13,27 @@ std::optional<QString> HttpRequest::item(QStringView name) const
     return std::nullopt;
 }
 
-std::optional<QByteArray> HttpRequest::header(QByteArrayView name) const
+namespace {
+
+std::optional<QByteArray> firstHeader(const HeaderList& headers, QByteArrayView name)
 {
     for (const auto& [key, value] : headers) {
         if (key.compare(name, Qt::CaseInsensitive) == 0)
             return value;
     }
     return std::nullopt;
+}
+
+} // namespace
+
+std::optional<QByteArray> HttpRequest::header(QByteArrayView name) const
+{
+    return firstHeader(headers, name);
+}
+
+std::optional<QByteArray> HttpResponse::header(QByteArrayView name) const
+{
+    return firstHeader(headers, name);
 }
 
 HttpResponse HttpResponse::json(QByteArray body, int status)

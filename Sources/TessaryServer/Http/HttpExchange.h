@@ -34,6 +34,8 @@ struct HttpResponse {
     QByteArray body;
     HeaderList headers; // beyond Content-Type and Content-Length
 
+    // The first value of a header, whatever the case of its name.
+    std::optional<QByteArray> header(QByteArrayView name) const;
     static HttpResponse json(QByteArray body, int status = 200);
     // {"error": message}
     static HttpResponse error(int status, const QString& message);
