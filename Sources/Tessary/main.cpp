@@ -8,11 +8,12 @@
 #include "Tessary/Views/Main/MainWindow.h"
 
 #include <QApplication>
-#include <QRegularExpression>
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QTimer>
 
 #include <cstdio>
+#include <memory>
 
 using namespace tessary;
 
@@ -42,8 +43,8 @@ void armSnapshot(MainWindow& window, const Environment& environment)
     elapsed->start();
     QObject::connect(poll, &QTimer::timeout, &window, [&window, path, poll, elapsed] {
         const ChartArea::State state = window.chartArea()->state();
-        const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error ||
-                             state == ChartArea::State::empty || state == ChartArea::State::welcome;
+        const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error
+            || state == ChartArea::State::empty || state == ChartArea::State::welcome;
         constexpr qint64 giveUpMilliseconds = 180'000;
         if (!settled && elapsed->elapsed() < giveUpMilliseconds)
             return;
@@ -52,9 +53,9 @@ void armSnapshot(MainWindow& window, const Environment& environment)
         // One more moment so the chart's first paint is in the picture.
         QTimer::singleShot(500, &window, [&window, path, state] {
             const bool saved = window.grab().save(path);
-            static const char* names[] = {"welcome", "loading", "empty", "error", "chart"};
+            static const char* names[] = { "welcome", "loading", "empty", "error", "chart" };
             std::printf("snapshot: %s %s%s\n", names[static_cast<int>(state)], qPrintable(path),
-                        saved ? "" : " (could not be written)");
+                saved ? "" : " (could not be written)");
             std::fflush(stdout);
             QCoreApplication::exit(state == ChartArea::State::chart && saved ? 0 : 2);
         });
@@ -102,7 +103,7 @@ int runWindow(int argc, char** argv)
     QStringList added;
     if (environment->added)
         added = environment->added->split(QRegularExpression(QStringLiteral("[,\\s]+")), Qt::SkipEmptyParts);
-    Store store(Store::Options{environment->dataDir.value_or(QString()), nullptr, added, nullptr});
+    Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, added, nullptr });
     MainWindow window(store, *environment);
     ServiceLauncher launcher(store, *environment);
     QObject::connect(&launcher, &ServiceLauncher::progress, window.chartArea(), &ChartArea::setServiceProgress);
@@ -119,9 +120,28 @@ int runWindow(int argc, char** argv)
 int main(int argc, char** argv)
 {
     if (argc > 1 && qstrcmp(argv[1], "compare") == 0) {
-        QCoreApplication app(argc, argv);
+        QStringList arguments;
+        for (int i = 2; i < argc; ++i)
+            arguments.append(QString::fromLocal8Bit(argv[i]));
+        std::unique_ptr<QCoreApplication> app;
+        if (compareDrawsChart(arguments)) {
+            // Drawing the chart needs fonts and a paint engine but never a window or a display.
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+            // Setting up a platform, Qt remarks on a missing XDG_RUNTIME_DIR, as it is in most
+            // scripts; a script expects our errors as one line, so that remark is dropped.
+            static QtMessageHandler previous = nullptr;
+            previous
+                = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& text) {
+                      if (type != QtWarningMsg || !text.startsWith(QStringLiteral("QStandardPaths:")))
+                          previous(type, context, text);
+                  });
+            app = std::make_unique<QGuiApplication>(argc, argv);
+            qInstallMessageHandler(previous);
+        } else {
+            app = std::make_unique<QCoreApplication>(argc, argv);
+        }
         describeApplication();
-        return runCompareCommand(QCoreApplication::arguments().mid(2));
+        return runCompareCommand(arguments);
     }
     return runWindow(argc, argv);
 }
