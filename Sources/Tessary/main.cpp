@@ -4,7 +4,9 @@
 #include "Tessary/App/ServiceLauncher.h"
 #include "Tessary/Shell/Environment.h"
 #include "Tessary/Store/Store.h"
+#include "Tessary/Views/Chart/ChartExportCard.h"
 #include "Tessary/Views/Main/ChartArea.h"
+#include "Tessary/Views/Main/ChartExportControl.h"
 #include "Tessary/Views/Main/MainWindow.h"
 
 #include <QApplication>
@@ -63,6 +65,23 @@ void armSnapshot(MainWindow& window, const Environment& environment)
     poll->start(200);
 }
 
+// TESSARY_EXPORT=<png>: once the first chart is on screen, its export card is saved to that
+// file as "Save Image…" would save it, and one line says so; the app keeps running, so the
+// export can be checked without a pointer or a dialog, the clipboard included.
+void armExport(MainWindow& window, Store& store, const QString& path)
+{
+    auto* waiting = new QObject(&window);
+    QObject::connect(&store, &Store::comparisonChanged, waiting, [&store, &window, path, waiting] {
+        if (!window.chartExport()->card())
+            return;
+        QObject::disconnect(&store, nullptr, waiting, nullptr);
+        waiting->deleteLater();
+        const auto saved = window.chartExport()->saveTo(path);
+        std::printf("export: %s\n", qPrintable(saved ? path : saved.error()));
+        std::fflush(stdout);
+    });
+}
+
 // TESSARY_APPEARANCE=dark|light forces an appearance (for screenshots and for checking both);
 // otherwise the app follows the desktop's palette.
 void applyAppearance(const Environment& environment)
@@ -110,6 +129,8 @@ int runWindow(int argc, char** argv)
     QObject::connect(&launcher, &ServiceLauncher::failed, window.chartArea(), &ChartArea::setServiceFailure);
     if (environment->snapshot)
         armSnapshot(window, *environment);
+    if (environment->exportPath)
+        armExport(window, store, *environment->exportPath);
     window.show();
     launcher.start();
     return QApplication::exec();
