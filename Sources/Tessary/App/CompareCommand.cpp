@@ -130,12 +130,13 @@ QCoro::Task<int> compare(Store& store, CompareRequest request)
         co_return fail(comparison.error().description());
     if (comparison->rows.empty() && comparison->series.empty())
         co_return fail(QStringLiteral("No price data for ") + tickers.join(QStringLiteral(", ")));
+    // Files first: when one cannot be written, the error is all there is to read.
+    if (const auto written = writeChart(request, name, period, *comparison, store.logScale()); !written)
+        co_return fail(written.error());
     if (request.json)
         printLine(stdout, QString::fromUtf8(formatCompareJson(*comparison)));
     else
         printLine(stdout, formatCompareTable(*comparison, benchmark, period));
-    if (const auto written = writeChart(request, name, period, *comparison, store.logScale()); !written)
-        co_return fail(written.error());
     co_return 0;
 }
 
