@@ -71,6 +71,29 @@ QFont cardFont(double points, bool bold = false)
     return font;
 }
 
+// The period as the title writes it: a preset or scenario by name, a range by its days.
+QString periodText(const ListPeriod& period)
+{
+    if (period.isCustomRange() && !period.activeScenario() && period.rangeStart) {
+        const QString end = period.rangeEnd ? DateLabel::display(*period.rangeEnd) : openRangeEnd;
+        return DateLabel::display(*period.rangeStart) + QStringLiteral(" – ") + end;
+    }
+    return period.label();
+}
+
+// `name` with path separators, control characters and those some file systems reserve
+// replaced by "-".
+QString sanitizedFileName(const QString& name)
+{
+    QString clean;
+    clean.reserve(name.size());
+    for (const QChar c : name) {
+        const bool refused = c.unicode() < 0x20 || c.unicode() == 0x7F || QStringView(u"/\\:*?\"<>|").contains(c);
+        clean += refused ? u'-' : c;
+    }
+    return clean.trimmed();
+}
+
 } // namespace
 
 QSizeF ChartExportCard::size()
@@ -88,29 +111,9 @@ ChartExportCard::ChartExportCard(Content content, const ChartFocus& focus, Appea
         m_content.comparison = std::make_shared<const Comparison>();
 }
 
-QString ChartExportCard::periodText(const ListPeriod& period)
-{
-    if (period.isCustomRange() && !period.activeScenario() && period.rangeStart) {
-        const QString end = period.rangeEnd ? DateLabel::display(*period.rangeEnd) : openRangeEnd;
-        return DateLabel::display(*period.rangeStart) + QStringLiteral(" – ") + end;
-    }
-    return period.label();
-}
-
 QString ChartExportCard::title() const
 {
     return m_content.name + separator + periodText(m_content.period);
-}
-
-QString ChartExportCard::sanitizedFileName(const QString& name)
-{
-    QString clean;
-    clean.reserve(name.size());
-    for (const QChar c : name) {
-        const bool refused = c.unicode() < 0x20 || c.unicode() == 0x7F || QStringView(u"/\\:*?\"<>|").contains(c);
-        clean += refused ? u'-' : c;
-    }
-    return clean.trimmed();
 }
 
 QString ChartExportCard::suggestedFileName() const
@@ -182,6 +185,7 @@ void ChartExportCard::paintChart(QPainter& painter, const QRectF& area) const
     scene.highlighted = [&](std::size_t s) { return m_focus.isHighlighted(series[s].ticker); };
     scene.anyHighlighted = m_focus.hasHighlight();
     scene.labels = &labels;
+    scene.labelPageArrows = false;
     scene.theme = { colors.background, colors.text, colors.secondary, grid };
     painter.save();
     painter.setFont(QGuiApplication::font());

@@ -52,10 +52,6 @@ public:
     QString title() const;
     // "Tessary – LIST PERIOD.png", with what a file system refuses replaced.
     QString suggestedFileName() const;
-    // The period as the title writes it: a preset or scenario by name, a range by its days.
-    static QString periodText(const ListPeriod& period);
-    // `name` with path separators, control and reserved characters replaced by "-".
-    static QString sanitizedFileName(const QString& name);
 
 private:
     void paintHeader(QPainter& painter, const QRectF& area) const;

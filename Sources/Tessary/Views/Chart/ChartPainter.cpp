@@ -49,12 +49,17 @@ void ChartPainter::paint(QPainter& painter, const QRectF& area, const Scene& sce
     painter.fillRect(area, scene.theme.background);
     if (!scene.mapper)
         return;
+    // The grid and the ticks set their own fonts; the labels start again from the caller's,
+    // not from whichever tick happened to be drawn last.
+    const QFont font = painter.font();
     paintGrid(painter, scene);
     paintTimeTicks(painter, scene);
     paintBaseline(painter, scene);
     paintLines(painter, scene);
+    painter.setFont(font);
     if (scene.labels)
-        scene.labels->paint(painter, scene.anyHighlighted, scene.theme.text, scene.theme.secondary);
+        scene.labels->paint(
+            painter, scene.anyHighlighted, scene.theme.text, scene.theme.secondary, scene.labelPageArrows);
 }
 
 QRectF ChartPainter::plotRect(const QRectF& bounds)

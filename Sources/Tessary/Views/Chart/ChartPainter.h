@@ -41,6 +41,7 @@ public:
         std::function<bool(std::size_t series)> highlighted;
         bool anyHighlighted = false;
         const EndLabels* labels = nullptr;
+        bool labelPageArrows = true; // off in a still picture, where nothing can be paged
         Theme theme;
     };
 
