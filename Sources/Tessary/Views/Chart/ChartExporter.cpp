@@ -19,6 +19,10 @@ namespace tessary::ChartExporter {
 namespace {
 
 const QString saveFailedText = QStringLiteral("Couldn't save the image to %1: %2");
+// Qt's PNG writer turns quality into zlib's level as (100 − quality) × 9 / 91, so 80 is level
+// 1: for a 2400-pixel card that halves the encoding time of the default and costs about 3 %
+// in size.
+constexpr int pngQuality = 80;
 // The resolution bitmaps are laid out at, so the SVG's text comes out the size it measured.
 constexpr int layoutDpi = 96;
 
@@ -52,6 +56,7 @@ std::optional<QByteArray> png(const QImage& image)
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     QImageWriter writer(&buffer, "png");
+    writer.setQuality(pngQuality);
     if (!writer.write(image))
         return std::nullopt;
     return bytes;
