@@ -1,5 +1,6 @@
 // How long the chart takes to paint its still layer for a full list (201 lines × 500
-// points at 1200×600) and to repaint the crosshair and ranked readout on a pointer move.
+// points at 1200×600), to repaint the crosshair and ranked readout on a pointer move, and
+// to draw and encode the export card of the same list.
 
 #include <QApplication>
 #include <QImage>
@@ -13,6 +14,8 @@
 
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/Palette.h"
+#include "Tessary/Views/Chart/ChartExportCard.h"
+#include "Tessary/Views/Chart/ChartExporter.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartMapper.h"
 #include "Tessary/Views/Chart/ChartPainter.h"
@@ -63,7 +66,7 @@ void staticLayer(benchmark::State& state)
     const qreal ratio = static_cast<qreal>(state.range(0));
     const auto highlightedCount = static_cast<std::size_t>(state.range(1));
     const auto& series = comparison().series;
-    const QRectF plot = QRectF(QPointF(0, 0), QSizeF(chartSize)).adjusted(56, 12, -ChartScale::labelGutter, -28);
+    const QRectF plot = ChartPainter::plotRect(QRectF(QPointF(0, 0), QSizeF(chartSize)));
     const TimeAxis axis = TimeAxis::build(series, comparison().interval);
     const ChartMapper mapper(plot, axis, yDomain(series, {}, false), false);
     std::vector<QPolygonF> paths(series.size());
@@ -71,13 +74,11 @@ void staticLayer(benchmark::State& state)
         mapper.path(series[s], paths[s]);
     const auto ticks = axis.ticks(plot.width(), ChartScale::tickSpacing);
     const auto colors = Palette::seriesColors(series);
-    std::vector<EndLabels::Input> inputs;
-    for (std::size_t s = 0; s < series.size(); ++s)
-        inputs.push_back({ series[s].ticker, mapper.y(series[s].points.back().value), colors[s], s < highlightedCount,
-            s < highlightedCount });
+    ChartFocus focus;
+    for (std::size_t s = 0; s < highlightedCount; ++s)
+        focus.pin(series[s].ticker);
     EndLabels labels;
-    labels.place(
-        inputs, QRectF(plot.right(), plot.top(), ChartScale::labelGutter, plot.height()), plot.top(), plot.bottom(), 0);
+    ChartPainter::placeLabels(labels, series, colors, mapper, focus, 0);
 
     ChartPainter::Scene scene;
     scene.mapper = &mapper;
@@ -160,5 +161,27 @@ void timeAxisBuild(benchmark::State& state)
         benchmark::DoNotOptimize(TimeAxis::build(wide.series, wide.interval));
 }
 BENCHMARK(timeAxisBuild)->Unit(benchmark::kMillisecond);
+
+// Copy Chart Image for a full list: the export card laid out and drawn off-screen at scale 2
+// (2400 pixels wide), then, with png=1, encoded as PNG.
+void exportCard(benchmark::State& state)
+{
+    const bool encode = state.range(0) != 0;
+    ChartFocus focus;
+    const ChartExportCard card(
+        { QStringLiteral("Full list"), ListPeriod {}, std::make_shared<const Comparison>(comparison()) }, focus);
+    qsizetype bytes = 0;
+    for (auto _ : state) {
+        const auto image = ChartExporter::image(card, ChartExporter::defaultScale);
+        const auto png = image && encode ? ChartExporter::png(*image) : std::nullopt;
+        if (!image || (encode && !png)) {
+            state.SkipWithError("the card did not render");
+            break;
+        }
+        bytes = png ? png->size() : 0;
+    }
+    state.counters["kB"] = static_cast<double>(bytes) / 1024;
+}
+BENCHMARK(exportCard)->ArgNames({ "png" })->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -8,7 +8,9 @@
 #include "Tessary/Model/Palette.h"
 #include "Tessary/Shell/Environment.h"
 #include "Tessary/Store/Store.h"
+#include "Tessary/Views/Chart/ChartExportCard.h"
 #include "Tessary/Views/Main/ChartArea.h"
+#include "Tessary/Views/Main/ChartExportControl.h"
 #include "Tessary/Views/Main/MainWindow.h"
 
 #include <QApplication>
@@ -17,6 +19,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <memory>
 
 using namespace tessary;
 
@@ -66,6 +69,23 @@ void armSnapshot(MainWindow& window, const Environment& environment)
     poll->start(200);
 }
 
+// TESSARY_EXPORT=<png>: once the first chart is on screen, its export card is saved to that
+// file as "Save Image…" would save it, and one line says so; the app keeps running, so the
+// export can be checked without a pointer or a dialog, the clipboard included.
+void armExport(MainWindow& window, Store& store, const QString& path)
+{
+    auto* waiting = new QObject(&window);
+    QObject::connect(&store, &Store::comparisonChanged, waiting, [&store, &window, path, waiting] {
+        if (!window.chartExport()->card())
+            return;
+        QObject::disconnect(&store, nullptr, waiting, nullptr);
+        waiting->deleteLater();
+        const auto saved = window.chartExport()->saveTo(path);
+        std::printf("export: %s\n", qPrintable(saved ? path : saved.error()));
+        std::fflush(stdout);
+    });
+}
+
 // TESSARY_APPEARANCE=dark|light forces an appearance (for screenshots and for checking both);
 // otherwise the app follows the desktop's palette.
 void applyAppearance(const Environment& environment)
@@ -113,6 +133,8 @@ int runWindow(int argc, char** argv)
     QObject::connect(&launcher, &ServiceLauncher::failed, window.chartArea(), &ChartArea::setServiceFailure);
     if (environment->snapshot)
         armSnapshot(window, *environment);
+    if (environment->exportPath)
+        armExport(window, store, *environment->exportPath);
     window.show();
     launcher.start();
     return QApplication::exec();
@@ -123,9 +145,28 @@ int runWindow(int argc, char** argv)
 int main(int argc, char** argv)
 {
     if (argc > 1 && qstrcmp(argv[1], "compare") == 0) {
-        QCoreApplication app(argc, argv);
+        QStringList arguments;
+        for (int i = 2; i < argc; ++i)
+            arguments.append(QString::fromLocal8Bit(argv[i]));
+        std::unique_ptr<QCoreApplication> app;
+        if (compareDrawsChart(arguments)) {
+            // Drawing the chart needs fonts and a paint engine but never a window or a display.
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+            // Setting up a platform, Qt remarks on a missing XDG_RUNTIME_DIR, as it is in most
+            // scripts; a script expects our errors as one line, so that remark is dropped.
+            static QtMessageHandler previous = nullptr;
+            previous
+                = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& text) {
+                      if (type != QtWarningMsg || !text.startsWith(QStringLiteral("QStandardPaths:")))
+                          previous(type, context, text);
+                  });
+            app = std::make_unique<QGuiApplication>(argc, argv);
+            qInstallMessageHandler(previous);
+        } else {
+            app = std::make_unique<QCoreApplication>(argc, argv);
+        }
         describeApplication();
-        return runCompareCommand(QCoreApplication::arguments().mid(2));
+        return runCompareCommand(arguments);
     }
     if (argc > 1 && qstrcmp(argv[1], "list") == 0) {
         QCoreApplication app(argc, argv);

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Starts the real app in a real (virtual) X window against tessary-server serving imported
-# prices, and checks that the window shows a chart rather than an error.
+# prices: checks that the window shows a chart rather than an error, and that Shift+Ctrl+C
+# in that window leaves the chart's export card on the X clipboard for another program.
 # Usage: real_window_test.sh TESSARY TESSARY_SERVER SHARED_DATA
 set -euo pipefail
 app=$1 server=$2 shared=$3
@@ -28,8 +29,8 @@ cat >"$work/app/lists.json" <<JSON
 JSON
 
 unset QT_QPA_PLATFORM
-output=$(TESSARY_API="$url" TESSARY_DATA_DIR="$work/app" XDG_CONFIG_HOME="$work/config" \
-  TESSARY_SNAPSHOT="$work/window.png" TESSARY_SNAPSHOT_SIZE=1200x800 \
+export TESSARY_API="$url" TESSARY_DATA_DIR="$work/app" XDG_CONFIG_HOME="$work/config"
+output=$(TESSARY_SNAPSHOT="$work/window.png" TESSARY_SNAPSHOT_SIZE=1200x800 \
   xvfb-run -a -s "-screen 0 1400x900x24" "$app" 2>"$work/app.err") || status=$?
 echo "$output"
 [[ "${status:-0}" == 0 ]] || { echo "the app did not show a chart (status ${status}): $(cat "$work/app.err")"; exit 1; }
@@ -37,3 +38,38 @@ grep -q '^snapshot: chart ' <<<"$output"
 [[ -s "$work/window.png" ]]
 [[ -n "${TESSARY_KEEP_SNAPSHOT:-}" ]] && cp "$work/window.png" "$TESSARY_KEEP_SNAPSHOT"
 echo "PASS: the window shows a chart"
+
+# Inside one X server: the app runs until its first chart is saved (TESSARY_EXPORT says when),
+# the shortcut goes to its focused window, and xclip, another client, asks for image/png.
+cat >"$work/clipboard.sh" <<'INNER'
+set -euo pipefail
+app=$1 work=$2
+TESSARY_EXPORT="$work/saved.png" "$app" >"$work/export.out" 2>"$work/export.err" &
+app_pid=$!
+trap 'kill "$app_pid" 2>/dev/null || true' EXIT
+for _ in $(seq 1 600); do
+  grep -q '^export: ' "$work/export.out" && break
+  kill -0 "$app_pid" 2>/dev/null || { echo "the app ended: $(cat "$work/export.err")"; exit 1; }
+  sleep 0.2
+done
+grep -qx "export: $work/saved.png" "$work/export.out" || { echo "no chart was exported: $(cat "$work/export.out")"; exit 1; }
+window=$(xdotool search --sync --onlyvisible --name 'Real prices' | head -n 1)
+xdotool windowfocus --sync "$window"
+xdotool key --clearmodifiers shift+ctrl+c
+for _ in $(seq 1 50); do
+  xclip -selection clipboard -t image/png -o >"$work/clipboard.png" 2>/dev/null && [[ -s "$work/clipboard.png" ]] && break
+  sleep 0.2
+done
+INNER
+xvfb-run -a -s "-screen 0 1400x900x24" bash "$work/clipboard.sh" "$app" "$work" 2>/dev/null
+# A PNG starts with its signature, then the IHDR chunk with the width and height.
+png_size() {
+  local bytes
+  bytes=$(head -c 24 "$1" | od -An -tx1 | tr -d ' \n')
+  [[ "${bytes:0:16}" == 89504e470d0a1a0a ]] || { echo "not a PNG"; return; }
+  echo "$((16#${bytes:32:8}))x$((16#${bytes:40:8}))"
+}
+copied=$(png_size "$work/clipboard.png") saved=$(png_size "$work/saved.png")
+[[ "$copied" == 2400x* && "$copied" == "$saved" ]] ||
+  { echo "the clipboard held $copied, the saved card is $saved"; exit 1; }
+echo "PASS: Shift+Ctrl+C put the $copied card on the clipboard"

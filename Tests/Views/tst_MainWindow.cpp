@@ -1,10 +1,12 @@
 #include "Support/FixtureServer.h"
 #include "Support/TempStore.h"
 #include "Tessary/Store/Store.h"
+#include "Tessary/Views/Chart/ChartExportCard.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
 #include "Tessary/Views/Main/AccountSection.h"
 #include "Tessary/Views/Main/ChartArea.h"
+#include "Tessary/Views/Main/ChartExportControl.h"
 #include "Tessary/Views/Main/LegendBar.h"
 #include "Tessary/Views/Main/MainWindow.h"
 #include "Tessary/Views/Main/PeriodBar.h"
@@ -14,7 +16,10 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QDir>
+#include <QClipboard>
+#include <QFileDialog>
 #include <QLabel>
+#include <QMimeData>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
@@ -80,6 +85,9 @@ private Q_SLOTS:
     void periodBarFollowsTheSelection();
     void statusLineShowsAFailedSave();
     void settingsShowTheAccount();
+    void copyChartImage();
+    void saveChartImage_data();
+    void saveChartImage();
 
 private:
     std::unique_ptr<Store> makeStore();
@@ -265,6 +273,65 @@ void MainWindowTests::settingsShowTheAccount()
     QCOMPARE(section->statusLabel()->text(), QStringLiteral("Signed in as reader@example.com"));
     QVERIFY(section->signOutButton()->isVisible());
     QVERIFY(!section->signInButton()->isVisible());
+}
+
+void MainWindowTests::copyChartImage()
+{
+    ChartExportControl* control = m_window->chartExport();
+    QVERIFY(!control->copyAction()->isEnabled());
+    m_store->create(QStringLiteral("Copy me"), { QStringLiteral("AAPL"), QStringLiteral("NVDA") });
+    QTRY_VERIFY(control->copyAction()->isEnabled());
+    QCOMPARE(control->button()->toolTip(), QStringLiteral("Export this chart as an image to share (⇧⌘C copies it)"));
+    QGuiApplication::clipboard()->clear();
+    const qint64 cameraIcon = control->button()->icon().cacheKey();
+
+    QTest::keyClick(m_window.get(), Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier);
+    const QMimeData* copied = QGuiApplication::clipboard()->mimeData();
+    QVERIFY(copied && copied->hasImage());
+    const QImage png = QImage::fromData(copied->data(QStringLiteral("image/png")), "PNG");
+    QCOMPARE(png.size(), (ChartExportCard::size() * 2).toSize());
+    QCOMPARE(control->messageLabel()->text(), QStringLiteral("Copied to clipboard"));
+    QVERIFY(control->messageLabel()->isVisible());
+    QVERIFY(control->button()->icon().cacheKey() != cameraIcon);
+    // The confirmation goes away by itself and the camera comes back.
+    QTRY_VERIFY_WITH_TIMEOUT(!control->messageLabel()->isVisible(), 5000);
+}
+
+void MainWindowTests::saveChartImage_data()
+{
+    QTest::addColumn<QString>("relativePath");
+    QTest::addColumn<bool>("saved");
+    QTest::newRow("into a folder that exists") << "card.png" << true;
+    QTest::newRow("into a folder that does not") << "missing/card.png" << false;
+}
+
+void MainWindowTests::saveChartImage()
+{
+    QFETCH(QString, relativePath);
+    QFETCH(bool, saved);
+    m_store->create(QStringLiteral("Q1: winners"), { QStringLiteral("AAPL") });
+    ChartExportControl* control = m_window->chartExport();
+    QTRY_VERIFY(control->saveAction()->isEnabled());
+    control->saveAction()->trigger();
+    QFileDialog* dialog = nullptr;
+    QTRY_VERIFY((dialog = m_window->findChild<QFileDialog*>()) != nullptr);
+    QCOMPARE(dialog->selectedFiles().value(0).section(u'/', -1), QStringLiteral("Tessary – Q1- winners 1Y.png"));
+
+    QTemporaryDir folder;
+    const QString path = folder.filePath(relativePath);
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
+    dialog->selectFile(path);
+    static_cast<QDialog*>(dialog)->accept();
+    QCOMPARE(QFileInfo::exists(path), saved);
+    if (saved) {
+        QCOMPARE(QImage(path).size(), (ChartExportCard::size() * 2).toSize());
+        QVERIFY(!control->messageLabel()->isVisible());
+    } else {
+        QVERIFY(control->messageLabel()->isVisible());
+        QVERIFY2(control->messageLabel()->text().startsWith(QStringLiteral("Couldn't save the image to ")),
+            qPrintable(control->messageLabel()->text()));
+        QCOMPARE(QDir(folder.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList {});
+    }
 }
 
 QTEST_MAIN(MainWindowTests)

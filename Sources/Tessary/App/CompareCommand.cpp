@@ -8,6 +8,9 @@
 #include "Tessary/Model/RankSort.h"
 #include "Tessary/Shell/Json.h"
 #include "Tessary/Store/Store.h"
+#include "Tessary/Views/Chart/ChartExportCard.h"
+#include "Tessary/Views/Chart/ChartExporter.h"
+#include "Tessary/Views/Chart/ChartFocus.h"
 
 #include <QCoreApplication>
 #include <QCoroTask>
@@ -20,9 +23,11 @@ namespace tessary {
 
 namespace {
 
-const QString simulatedNote =
-    QStringLiteral("Note: these prices are simulated by the built-in demo market; they are not real quotes.");
+const QString simulatedNote
+    = QStringLiteral("Note: these prices are simulated by the built-in demo market; they are not real quotes.");
 const QString missingValue = QStringLiteral("NA");
+const QString pngOption = QStringLiteral("--png");
+const QString svgOption = QStringLiteral("--svg");
 
 void printLine(std::FILE* stream, const QString& text)
 {
@@ -45,12 +50,17 @@ QString cell(const RankRow& row, RankColumn column)
     if (!value)
         return missingValue;
     switch (column) {
-    case RankColumn::price: return Format::price(value);
-    case RankColumn::marketCap: return Format::marketCap(value);
-    case RankColumn::sharpe: return Format::ratio(value);
+    case RankColumn::price:
+        return Format::price(value);
+    case RankColumn::marketCap:
+        return Format::marketCap(value);
+    case RankColumn::sharpe:
+        return Format::ratio(value);
     case RankColumn::netReturn:
-    case RankColumn::vsBenchmark: return Format::percent(value, true);
-    default: return Format::percent(value);
+    case RankColumn::vsBenchmark:
+        return Format::percent(value, true);
+    default:
+        return Format::percent(value);
     }
 }
 
@@ -69,11 +79,36 @@ std::optional<double> lastPointDate(const Comparison& comparison)
     return last;
 }
 
+// Writes the export card of `comparison` to the files the request names.
+std::expected<void, QString> writeChart(const CompareRequest& request, const QString& name, const ListPeriod& period,
+    const Comparison& comparison, bool log)
+{
+    ChartFocus focus;
+    const ChartExportCard card({ name, period, std::make_shared<const Comparison>(comparison), log }, focus,
+        request.dark ? ChartExportCard::Appearance::dark : ChartExportCard::Appearance::light);
+    if (request.png) {
+        const auto image = ChartExporter::image(card, request.scale.value_or(ChartExporter::defaultScale));
+        const auto bytes = image ? ChartExporter::png(*image) : std::nullopt;
+        if (!bytes)
+            return std::unexpected(QStringLiteral("the chart image could not be drawn"));
+        if (auto saved = ChartExporter::save(*bytes, *request.png); !saved)
+            return saved;
+    }
+    if (request.svg) {
+        const auto bytes = ChartExporter::svg(card);
+        if (!bytes)
+            return std::unexpected(QStringLiteral("the chart could not be drawn as SVG"));
+        return ChartExporter::save(*bytes, *request.svg);
+    }
+    return {};
+}
+
 QCoro::Task<int> compare(Store& store, CompareRequest request)
 {
     QStringList tickers = request.symbols;
     QString benchmark = request.benchmark.value_or(QString::fromLatin1(defaultBenchmark));
-    ListPeriod period = request.period.value_or(ListPeriod{});
+    ListPeriod period = request.period.value_or(ListPeriod {});
+    QString name = request.symbols.join(QStringLiteral(", "));
     if (request.listName) {
         const ComparisonList* found = nullptr;
         for (const ComparisonList& list : store.lists()) {
@@ -83,6 +118,7 @@ QCoro::Task<int> compare(Store& store, CompareRequest request)
         if (!found)
             co_return fail(QStringLiteral("no saved list is named “%1”").arg(*request.listName));
         tickers = found->tickers;
+        name = found->name;
         benchmark = request.benchmark.value_or(found->benchmark);
         period = request.period.value_or(found->period());
         if (tickers.isEmpty())
@@ -94,6 +130,9 @@ QCoro::Task<int> compare(Store& store, CompareRequest request)
         co_return fail(comparison.error().description());
     if (comparison->rows.empty() && comparison->series.empty())
         co_return fail(QStringLiteral("No price data for ") + tickers.join(QStringLiteral(", ")));
+    // Files first: when one cannot be written, the error is all there is to read.
+    if (const auto written = writeChart(request, name, period, *comparison, store.logScale()); !written)
+        co_return fail(written.error());
     if (request.json)
         printLine(stdout, QString::fromUtf8(formatCompareJson(*comparison)));
     else
@@ -107,9 +146,12 @@ QString compareUsage()
 {
     return QStringLiteral(
         "usage: tessary compare SYMBOL... [--benchmark SYM] [--period PRESET|SCENARIO_ID|START..END] [--json]\n"
-        "       tessary compare --list NAME [--benchmark SYM] [--period ...] [--json]\n"
+        "                       [--png FILE] [--svg FILE] [--dark] [--scale 1|2|3]\n"
+        "       tessary compare --list NAME [--benchmark SYM] [--period ...] [--json] [--png FILE] ...\n"
         "Prints the rankings of the tickers over the period (default 1Y, against SPY). Dates are yyyy-MM-dd;\n"
-        "START.. runs up to today. Uses TESSARY_API when set, otherwise the built-in demo market service.");
+        "START.. runs up to today. --png and --svg also write the chart as an image card (light unless\n"
+        "--dark; --scale pixels per point, 2 by default). Uses TESSARY_API when set, otherwise the\n"
+        "built-in demo market service.");
 }
 
 std::expected<ListPeriod, QString> parsePeriodArgument(const QString& text)
@@ -128,7 +170,8 @@ std::expected<ListPeriod, QString> parsePeriodArgument(const QString& text)
             return std::unexpected(QStringLiteral("the range “%1” ends before it starts").arg(text));
         return ListPeriod::forRange(start, end.isEmpty() ? std::nullopt : std::optional(end));
     }
-    return std::unexpected(QStringLiteral("unknown period “%1”: use a preset such as 1Y, a scenario id, or START..END").arg(text));
+    return std::unexpected(
+        QStringLiteral("unknown period “%1”: use a preset such as 1Y, a scenario id, or START..END").arg(text));
 }
 
 std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& arguments)
@@ -143,8 +186,11 @@ std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& 
         };
         if (argument == QStringLiteral("--json")) {
             request.json = true;
-        } else if (argument == QStringLiteral("--benchmark") || argument == QStringLiteral("--period") ||
-                   argument == QStringLiteral("--list")) {
+        } else if (argument == QStringLiteral("--dark")) {
+            request.dark = true;
+        } else if (argument == QStringLiteral("--benchmark") || argument == QStringLiteral("--period")
+            || argument == QStringLiteral("--list") || argument == pngOption || argument == svgOption
+            || argument == QStringLiteral("--scale")) {
             const auto given = value();
             if (!given || given->trimmed().isEmpty())
                 return std::unexpected(argument + QStringLiteral(" needs a value"));
@@ -152,6 +198,15 @@ std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& 
                 request.benchmark = given->trimmed().toUpper();
             } else if (argument == QStringLiteral("--list")) {
                 request.listName = given->trimmed();
+            } else if (argument == pngOption) {
+                request.png = *given;
+            } else if (argument == svgOption) {
+                request.svg = *given;
+            } else if (argument == QStringLiteral("--scale")) {
+                const QString scale = given->trimmed();
+                if (scale != QStringLiteral("1") && scale != QStringLiteral("2") && scale != QStringLiteral("3"))
+                    return std::unexpected(QStringLiteral("--scale is 1, 2 or 3, not “%1”").arg(scale));
+                request.scale = scale.toInt();
             } else {
                 auto period = parsePeriodArgument(given->trimmed());
                 if (!period)
@@ -172,6 +227,8 @@ std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& 
         return std::unexpected(QStringLiteral("give ticker symbols or --list NAME, not both"));
     if (!request.listName && request.symbols.isEmpty())
         return std::unexpected(QStringLiteral("give at least one ticker symbol, or --list NAME"));
+    if ((request.dark || request.scale) && !request.png && !request.svg)
+        return std::unexpected(QStringLiteral("--dark and --scale go with --png or --svg"));
     if (request.symbols.size() > maxTickersPerList)
         return std::unexpected(QStringLiteral("a comparison holds at most %1 tickers; %2 were given")
                                    .arg(maxTickersPerList)
@@ -207,8 +264,9 @@ QString formatCompareTable(const Comparison& comparison, const QString& benchmar
     const auto last = lastPointDate(comparison);
     if (comparison.start.isValid() && last) {
         const auto day = [&](const QDateTime& instant) { return DateLabel::display(barDay(comparison, instant)); };
-        covered += QStringLiteral(": %1 to %2").arg(day(comparison.start),
-                                                     day(QDateTime::fromMSecsSinceEpoch(qint64(*last * 1000), QTimeZone::utc())));
+        covered += QStringLiteral(": %1 to %2")
+                       .arg(day(comparison.start),
+                           day(QDateTime::fromMSecsSinceEpoch(qint64(*last * 1000), QTimeZone::utc())));
     }
     out.append(QStringLiteral("%1 against %2 · %3").arg(rows.size()).arg(benchmark, covered));
     out.append(QString());
@@ -221,7 +279,8 @@ QString formatCompareTable(const Comparison& comparison, const QString& benchmar
     if (std::any_of(rows.begin(), rows.end(), [](const RankRow& row) { return row.incomplete; }))
         out.append(QStringLiteral("* data starts after the period begins; listed last."));
     if (!comparison.skipped.isEmpty())
-        out.append(QStringLiteral("Skipped (unknown to the service): ") + comparison.skipped.join(QStringLiteral(", ")));
+        out.append(
+            QStringLiteral("Skipped (unknown to the service): ") + comparison.skipped.join(QStringLiteral(", ")));
     if (comparison.dataSource == QStringLiteral("simulated"))
         out.append(simulatedNote);
     return out.join(u'\n');
@@ -253,6 +312,11 @@ QByteArray formatCompareJson(const Comparison& comparison)
     return joinJsonArray(objects);
 }
 
+bool compareDrawsChart(const QStringList& arguments)
+{
+    return arguments.contains(pngOption) || arguments.contains(svgOption);
+}
+
 int runCompareCommand(const QStringList& arguments)
 {
     if (arguments.contains(QStringLiteral("--help")) || arguments.contains(QStringLiteral("-h"))) {
@@ -266,7 +330,7 @@ int runCompareCommand(const QStringList& arguments)
     if (!environment)
         return fail(environment.error().description());
 
-    Store store(Store::Options{environment->dataDir.value_or(QString()), nullptr, {}, nullptr});
+    Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, {}, nullptr });
     ServiceLauncher launcher(store, *environment);
     int status = 1;
     QObject::connect(&launcher, &ServiceLauncher::failed, qApp, [&](const QString& message) {

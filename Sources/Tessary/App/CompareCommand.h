@@ -14,13 +14,17 @@ namespace tessary {
 
 // `tessary compare`: the rankings of a few tickers, or of a saved list, printed to the
 // terminal (or as JSON for scripts), through the same store, client and assembly as the
-// window.
+// window; on request also the chart's export card as a PNG or SVG file, for reports.
 struct CompareRequest {
     QStringList symbols;
     std::optional<QString> listName;
     std::optional<QString> benchmark;
     std::optional<ListPeriod> period;
     bool json = false;
+    std::optional<QString> png;
+    std::optional<QString> svg;
+    bool dark = false;
+    std::optional<int> scale; // device pixels per point of the PNG
 };
 
 // Reads the arguments after "compare".
@@ -34,7 +38,12 @@ QString formatCompareTable(const Comparison& comparison, const QString& benchmar
 // An array of rows with the RankRow field names; fractions, absent values left out.
 QByteArray formatCompareJson(const Comparison& comparison);
 
-// Runs the whole command; returns the exit status. Needs a QCoreApplication.
+// Whether these arguments ask for a chart file, which needs a QGuiApplication (on the
+// offscreen platform) instead of a QCoreApplication.
+bool compareDrawsChart(const QStringList& arguments);
+
+// Runs the whole command; returns the exit status. Needs a QCoreApplication, or a
+// QGuiApplication when compareDrawsChart().
 int runCompareCommand(const QStringList& arguments);
 
 } // namespace tessary

@@ -57,6 +57,7 @@ std::expected<Environment, EnvironmentError> Environment::read(const QProcessEnv
         { &Environment::snapshot, "TESSARY_SNAPSHOT" },
         { &Environment::appearance, "TESSARY_APPEARANCE" },
         { &Environment::snapshotSize, "TESSARY_SNAPSHOT_SIZE" },
+        { &Environment::exportPath, "TESSARY_EXPORT" },
     };
     for (const auto& [member, name] : texts)
         environment.*member = text(variables, name);

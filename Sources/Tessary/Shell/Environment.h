@@ -34,6 +34,7 @@ struct Environment {
     std::optional<QString> snapshot; // TESSARY_SNAPSHOT
     std::optional<QString> appearance; // TESSARY_APPEARANCE
     std::optional<QString> snapshotSize; // TESSARY_SNAPSHOT_SIZE
+    std::optional<QString> exportPath; // TESSARY_EXPORT
 
     // Reads the variables from `variables` (the process's own by default). A service URL
     // that does not parse as an absolute http(s) URL is an error: there is no fallback.

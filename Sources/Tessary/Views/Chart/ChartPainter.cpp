@@ -6,8 +6,9 @@
 
 #include <cmath>
 
+#include "ChartFocus.h"
 #include "ChartMapper.h"
-#include "EndLabels.h"
+#include "ChartScale.h"
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/Format.h"
 #include "Tessary/Model/Palette.h"
@@ -16,6 +17,10 @@ namespace tessary {
 
 namespace {
 
+// Room for the y-axis labels on the left and the time labels below the plot.
+constexpr double leftMargin = 60;
+constexpr double topMargin = 12;
+constexpr double bottomMargin = 28;
 constexpr double yLabelGap = 6;
 constexpr double tickLength = 4;
 constexpr double baselineOpacity = 0.45;
@@ -45,12 +50,39 @@ void ChartPainter::paint(QPainter& painter, const QRectF& area, const Scene& sce
     painter.fillRect(area, scene.theme.background);
     if (!scene.mapper)
         return;
+    // The grid and the ticks set their own fonts; the labels start again from the caller's,
+    // not from whichever tick happened to be drawn last.
+    const QFont font = painter.font();
     paintGrid(painter, scene);
     paintTimeTicks(painter, scene);
     paintBaseline(painter, scene);
     paintLines(painter, scene);
+    painter.setFont(font);
     if (scene.labels)
-        scene.labels->paint(painter, scene.anyHighlighted, scene.theme.text, scene.theme.secondary);
+        scene.labels->paint(
+            painter, scene.anyHighlighted, scene.theme.text, scene.theme.secondary, scene.labelPageArrows);
+}
+
+QRectF ChartPainter::plotRect(const QRectF& bounds)
+{
+    return bounds.adjusted(leftMargin, topMargin, -ChartScale::labelGutter, -bottomMargin);
+}
+
+void ChartPainter::placeLabels(EndLabels& labels, std::span<const ChartSeries> series, std::span<const QColor> colors,
+    const ChartMapper& mapper, const ChartFocus& focus, int page)
+{
+    std::vector<EndLabels::Input> inputs;
+    inputs.reserve(series.size());
+    for (std::size_t s = 0; s < series.size(); ++s) {
+        const ChartSeries& line = series[s];
+        if (line.points.empty())
+            continue;
+        inputs.push_back(EndLabels::Input { line.ticker, mapper.y(line.points.back().value), colors[s],
+            focus.isPinned(line.ticker), focus.isHighlighted(line.ticker) });
+    }
+    const QRectF plot = mapper.plot();
+    const QRectF gutter(plot.right(), plot.top(), ChartScale::labelGutter, plot.height());
+    labels.place(std::move(inputs), gutter, plot.top(), plot.bottom(), page);
 }
 
 void ChartPainter::paintGrid(QPainter& painter, const Scene& scene)

@@ -8,6 +8,7 @@
 #include <span>
 #include <vector>
 
+#include "EndLabels.h"
 #include "TimeAxis.h"
 
 class QPainter;
@@ -15,12 +16,13 @@ class QPainter;
 namespace tessary {
 
 struct ChartSeries;
+class ChartFocus;
 class ChartMapper;
-class EndLabels;
 
 // Paints the still part of the chart: grid, axis labels, the 0 % baseline, every line and
 // the end labels. The view caches what this paints and repaints it only when the data, the
-// size, the scale or the highlights change.
+// size, the scale or the highlights change; the export card paints its own copy through it,
+// so an exported chart is drawn exactly as the window draws it.
 class ChartPainter {
 public:
     struct Theme {
@@ -39,6 +41,7 @@ public:
         std::function<bool(std::size_t series)> highlighted;
         bool anyHighlighted = false;
         const EndLabels* labels = nullptr;
+        bool labelPageArrows = true; // off in a still picture, where nothing can be paged
         Theme theme;
     };
 
@@ -46,6 +49,14 @@ public:
     static constexpr double highlightedWidth = 2.25;
 
     static void paint(QPainter& painter, const QRectF& area, const Scene& scene);
+
+    // The plot inside a chart of `bounds`: room for the y labels on the left, the time labels
+    // below and the end labels in the gutter on the right.
+    static QRectF plotRect(const QRectF& bounds);
+    // Lays out the end labels of every drawn line beside `mapper`'s plot, with the pins and
+    // highlights of `focus`.
+    static void placeLabels(EndLabels& labels, std::span<const ChartSeries> series, std::span<const QColor> colors,
+        const ChartMapper& mapper, const ChartFocus& focus, int page);
 
 private:
     static void paintGrid(QPainter& painter, const Scene& scene);

@@ -18,10 +18,6 @@ namespace tessary {
 
 namespace {
 
-// Room for the y-axis labels on the left and the time labels below the plot.
-constexpr double leftMargin = 60;
-constexpr double topMargin = 12;
-constexpr double bottomMargin = 28;
 // How close the pointer must come to a line to pick it out.
 constexpr double lineHoverDistance = 6;
 
@@ -102,7 +98,7 @@ QSize ChartView::minimumSizeHint() const
 
 QRectF ChartView::plotRect() const
 {
-    return QRectF(rect()).adjusted(leftMargin, topMargin, -ChartScale::labelGutter, -bottomMargin);
+    return ChartPainter::plotRect(QRectF(rect()));
 }
 
 void ChartView::rebuildAxis()
@@ -135,18 +131,7 @@ void ChartView::relayout()
 
 void ChartView::placeLabels()
 {
-    std::vector<EndLabels::Input> inputs;
-    inputs.reserve(m_comparison->series.size());
-    for (std::size_t s = 0; s < m_comparison->series.size(); ++s) {
-        const ChartSeries& line = m_comparison->series[s];
-        if (line.points.empty())
-            continue;
-        inputs.push_back(EndLabels::Input { line.ticker, m_mapper.y(line.points.back().value), m_colors[s],
-            m_focus->isPinned(line.ticker), m_focus->isHighlighted(line.ticker) });
-    }
-    const QRectF plot = m_mapper.plot();
-    const QRectF gutter(plot.right(), plot.top(), ChartScale::labelGutter, plot.height());
-    m_labels.place(std::move(inputs), gutter, plot.top(), plot.bottom(), m_labelPage);
+    ChartPainter::placeLabels(m_labels, m_comparison->series, m_colors, m_mapper, *m_focus, m_labelPage);
     m_labelPage = m_labels.page();
 }
 

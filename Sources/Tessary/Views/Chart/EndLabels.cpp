@@ -100,7 +100,8 @@ QRectF EndLabels::nextArrow() const
     return QRectF(m_gutter.right() - arrowSize, m_plotBottom + 4, arrowSize, arrowSize);
 }
 
-void EndLabels::paint(QPainter& painter, bool anyHighlighted, const QColor& text, const QColor& secondary) const
+void EndLabels::paint(
+    QPainter& painter, bool anyHighlighted, const QColor& text, const QColor& secondary, bool pageArrows) const
 {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing, true);
@@ -136,7 +137,7 @@ void EndLabels::paint(QPainter& painter, bool anyHighlighted, const QColor& text
         painter.setPen(color);
         painter.drawText(rect.adjusted(4, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter, label);
     }
-    if (m_layout.pageCount > 1) {
+    if (pageArrows && m_layout.pageCount > 1) {
         painter.setFont(font);
         painter.setPen(m_layout.page > 0 ? text : secondary);
         painter.drawText(previousArrow(), Qt::AlignCenter, QStringLiteral("\u25B2"));

@@ -46,7 +46,9 @@ public:
     // Lays the labels out for painting and hit testing in the gutter `gutter`, beside a plot
     // spanning `plotTop` to `plotBottom`.
     void place(std::vector<Input> inputs, const QRectF& gutter, double plotTop, double plotBottom, int page);
-    void paint(QPainter& painter, bool anyHighlighted, const QColor& text, const QColor& secondary) const;
+    // `pageArrows` false leaves out the arrows and page count, which a still picture cannot use.
+    void paint(QPainter& painter, bool anyHighlighted, const QColor& text, const QColor& secondary,
+        bool pageArrows = true) const;
     int page() const { return m_layout.page; }
     int pageCount() const { return m_layout.pageCount; }
     // The ticker whose label is at `point`, if any.

@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 
 #include "ChartArea.h"
+#include "ChartExportControl.h"
 #include "LegendBar.h"
 #include "PeriodBar.h"
 #include "SettingsWindow.h"
@@ -137,7 +138,11 @@ QWidget* MainWindow::buildChart()
         const TickerInfo* info = m_store.universe().find(ticker);
         return info ? info->name : QString();
     });
-    layout->addWidget(m_legend);
+    m_chartExport = new ChartExportControl(m_store, *m_focus, *m_chartView, chart);
+    auto* top = new QHBoxLayout;
+    top->addWidget(m_legend, 1);
+    top->addWidget(m_chartExport, 0, Qt::AlignTop);
+    layout->addLayout(top);
     layout->addWidget(m_chartView, 1);
 
     connect(&m_store, &Store::comparisonChanged, m_chartView, [this] {
@@ -196,11 +201,15 @@ void MainWindow::buildMenus()
     QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     m_newList = file->addAction(QStringLiteral("New Comparison List"), this, [this] { m_store.addList(); });
     m_newList->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_N));
+    file->addAction(m_chartExport->saveAction());
     QAction* settings = file->addAction(QStringLiteral("Settings…"), this, &MainWindow::showSettings);
     settings->setShortcut(QKeySequence::Preferences);
     file->addSeparator();
     QAction* quit = file->addAction(QStringLiteral("Quit"), qApp, &QApplication::closeAllWindows);
     quit->setShortcut(QKeySequence::Quit);
+
+    QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
+    edit->addAction(m_chartExport->copyAction());
 
     QMenu* view = menuBar()->addMenu(QStringLiteral("&View"));
     m_viewMenu = view;

@@ -12,6 +12,7 @@ class QPushButton;
 namespace tessary {
 
 class ChartArea;
+class ChartExportControl;
 class ChartFocus;
 class ChartView;
 class LegendBar;
@@ -37,6 +38,7 @@ public:
     PeriodBar* periodBar() const { return m_periodBar; }
     ChartArea* chartArea() const { return m_chartArea; }
     ChartView* chartView() const { return m_chartView; }
+    ChartExportControl* chartExport() const { return m_chartExport; }
     LegendBar* legend() const { return m_legend; }
     RankingsPanel* rankings() const { return m_rankings; }
     TickerInput* tickerInput() const { return m_tickerInput; }
@@ -65,6 +67,7 @@ private:
     ChartArea* m_chartArea = nullptr;
     ChartFocus* m_focus = nullptr;
     ChartView* m_chartView = nullptr;
+    ChartExportControl* m_chartExport = nullptr;
     LegendBar* m_legend = nullptr;
     RankingsPanel* m_rankings = nullptr;
     TickerInput* m_tickerInput = nullptr;
