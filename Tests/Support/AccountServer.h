@@ -14,11 +14,13 @@ public:
     static constexpr const char* email = "sync@example.com";
     static constexpr const char* password = "a long sync password";
 
-    explicit AccountServer(QString executable);
+    // `universe`, when given, is a universe CSV imported before the server starts.
+    explicit AccountServer(QString executable, const QString& universe = {});
     ~AccountServer();
 
     bool isRunning() const { return m_process.state() == QProcess::Running; }
     QUrl url() const { return m_url; }
+    QString dataDirectory() const { return m_data.path(); }
     // Starts (again) on the same port when it ran before.
     bool start();
     void stop();

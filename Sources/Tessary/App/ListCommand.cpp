@@ -205,22 +205,23 @@ QCoro::Task<int> run(Store* store, ListRequest request)
         }
         store->setUniverse(std::move(*universe));
     }
+    // Signed in, the account's lists are read first; without the server the last copy read
+    // stands in, and an edit made on it is kept to be sent by the next command.
     AccountSync* sync = store->sync();
+    std::optional<AccountError> unreachable;
     if (sync) {
-        const auto pulled = co_await sync->pull();
-        if (!pulled) {
-            printLine(stderr, sync->syncError().value_or(pulled.error().description()));
-            co_return 1;
-        }
+        if (const auto pulled = co_await sync->pull(); !pulled)
+            unreachable = pulled.error();
     }
     if (!apply(*store, request))
         co_return 1;
     if (sync && !sync->pending().empty()) {
-        const auto pushed = co_await sync->push();
-        if (!pushed) {
-            printLine(stderr, sync->syncError().value_or(pushed.error().description()));
-            co_return 1;
-        }
+        if (const auto pushed = co_await sync->push(); !pushed)
+            unreachable = pushed.error();
+    }
+    if (unreachable) {
+        printLine(stderr, sync->syncError().value_or(unreachable->description()));
+        co_return 1;
     }
     co_return 0;
 }
