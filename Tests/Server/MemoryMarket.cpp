@@ -1,6 +1,6 @@
 #include "MemoryMarket.h"
 
-#include "Tessary/Model/MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,10 +1,10 @@
 #include "MemoryMarket.h"
 #include "Support/TestSupport.h"
-#include "Tessary/Model/MarketTime.h"
-#include "Tessary/Shell/Json.h"
 #include "TessaryServer/Engine/Metrics.h"
 #include "TessaryServer/Engine/WindowRules.h"
 #include "TessaryServer/Http/MarketHandlers.h"
+#include "TessaryWire/Json.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QFile>
 #include <QJsonArray>

@@ -1,9 +1,9 @@
 #include "MemoryMarket.h"
-#include "Tessary/Shell/Json.h"
 #include "TessaryServer/Http/HttpTransport.h"
 #include "TessaryServer/Http/JsonWriter.h"
 #include "TessaryServer/Http/MarketHandlers.h"
 #include "TessaryServer/Http/ServerEngine.h"
+#include "TessaryWire/Json.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -3,8 +3,8 @@
 #include "Cancellation.h"
 #include "MarketDataError.h"
 #include "Tessary/Model/Scenario.h"
-#include "Tessary/Model/Timeframe.h"
-#include "WireRecords.h"
+#include "TessaryWire/Timeframe.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QCoroTask>
 #include <QList>

@@ -7,8 +7,8 @@
 // A Node offers: kind(), number(), boolean(), string(), member(const char*) -> optional<Node>,
 // elements(f(index, node) -> bool) and members(f(QString key, node) -> bool).
 
-#include "JsonPath.h"
-#include "WireRecords.h"
+#include "TessaryWire/JsonPath.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QString>
 #include <QStringList>

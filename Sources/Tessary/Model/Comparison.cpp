@@ -1,7 +1,7 @@
 #include "Comparison.h"
 
-#include "MarketTime.h"
-#include "Tessary/MarketData/Freshness.h"
+#include "TessaryWire/Freshness.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QSet>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Scenario.h"
-#include "Timeframe.h"
+#include "TessaryWire/Timeframe.h"
 
 #include <QDateTime>
 #include <QString>

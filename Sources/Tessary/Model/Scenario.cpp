@@ -1,6 +1,6 @@
 #include "Scenario.h"
 
-#include "MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 namespace tessary {
 

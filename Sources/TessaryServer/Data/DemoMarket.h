@@ -7,8 +7,8 @@
 #include <functional>
 #include <vector>
 
-#include "Tessary/MarketData/WireRecords.h"
 #include "TessaryServer/Data/DataError.h"
+#include "TessaryWire/WireRecords.h"
 
 namespace tessary::server {
 

@@ -1,7 +1,7 @@
 #include "PriceEngine.h"
 
 #include "Metrics.h"
-#include "Tessary/Model/MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <algorithm>
 #include <span>

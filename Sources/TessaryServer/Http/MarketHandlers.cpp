@@ -1,10 +1,10 @@
 #include "MarketHandlers.h"
 
 #include "RequestParsing.h"
-#include "Tessary/Model/MarketTime.h"
 #include "TessaryServer/Data/CuratedCatalog.h"
 #include "TessaryServer/Data/RelatedTickers.h"
 #include "TessaryServer/Engine/PriceEngine.h"
+#include "TessaryWire/MarketTime.h"
 #include "WireEncoding.h"
 
 namespace tessary::server {

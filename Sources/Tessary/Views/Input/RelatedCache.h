@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Tessary/MarketData/WireRecords.h"
 #include "Tessary/Store/TickerUniverse.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QHash>
 #include <QString>
