@@ -3,6 +3,7 @@
 #include "TessaryServer/CommandLine.h"
 #include "TessaryServer/Data/Data.h"
 #include "TessaryServer/Http/ServerEngine.h"
+#include "TessaryWire/BuildInfo.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
@@ -98,7 +99,7 @@ int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tessary-server"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(TESSARY_VERSION));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(tessary::BuildInfo::version));
 
     const auto command = parseCommandLine(QCoreApplication::arguments().mid(1));
     if (!command) {
