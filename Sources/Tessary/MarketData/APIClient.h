@@ -2,7 +2,7 @@
 
 #include "Cancellation.h"
 #include "MarketDataError.h"
-#include "Tessary/Model/Scenario.h"
+#include "TessaryWire/ClampedRange.h"
 #include "TessaryWire/Timeframe.h"
 #include "TessaryWire/WireRecords.h"
 

@@ -168,14 +168,9 @@ Comparison buildComparison(
     return comparison;
 }
 
-bool isIntradayInterval(QStringView interval)
-{
-    return interval.endsWith(u"min") || interval.endsWith(u"h");
-}
-
 QDate barDay(const Comparison& comparison, const QDateTime& instant)
 {
-    return isIntradayInterval(comparison.interval) ? MarketTime::dateOf(instant) : instant.toUTC().date();
+    return barDay(comparison.interval, instant);
 }
 
 } // namespace tessary

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Scenario.h"
+#include "TessaryWire/ClampedRange.h"
 #include "TessaryWire/Timeframe.h"
 
 #include <QDateTime>
