@@ -4,9 +4,6 @@
 #include <QJsonParseError>
 #include <QStringDecoder>
 
-#include <cmath>
-#include <limits>
-
 namespace tessary {
 
 QString DecodingError::description() const
@@ -56,129 +53,6 @@ Decoded<QJsonArray> parseJsonArray(const QByteArray& bytes)
     if (!document->isArray())
         return std::unexpected(DecodingError{{}, QStringLiteral("expected an array at the top level")});
     return document->array();
-}
-
-QString jsonTypeName(const QJsonValue& value)
-{
-    switch (value.type()) {
-    case QJsonValue::Null: return QStringLiteral("null");
-    case QJsonValue::Bool: return QStringLiteral("a boolean");
-    case QJsonValue::Double: return QStringLiteral("a number");
-    case QJsonValue::String: return QStringLiteral("a string");
-    case QJsonValue::Array: return QStringLiteral("an array");
-    case QJsonValue::Object: return QStringLiteral("an object");
-    case QJsonValue::Undefined: break;
-    }
-    return QStringLiteral("nothing");
-}
-
-namespace {
-
-QString expected(const char* what, const QJsonValue& value)
-{
-    return QStringLiteral("expected %1, found %2").arg(QLatin1StringView(what), jsonTypeName(value));
-}
-
-} // namespace
-
-template <>
-std::expected<QString, QString> fromJsonValue<QString>(const QJsonValue& value)
-{
-    if (!value.isString())
-        return std::unexpected(expected("a string", value));
-    return value.toString();
-}
-
-template <>
-std::expected<double, QString> fromJsonValue<double>(const QJsonValue& value)
-{
-    if (!value.isDouble())
-        return std::unexpected(expected("a number", value));
-    const double number = value.toDouble();
-    if (!std::isfinite(number))
-        return std::unexpected(QStringLiteral("the number is out of range"));
-    return number;
-}
-
-template <>
-std::expected<qint64, QString> fromJsonValue<qint64>(const QJsonValue& value)
-{
-    auto number = fromJsonValue<double>(value);
-    if (!number)
-        return std::unexpected(number.error());
-    constexpr double limit = 9007199254740992.0; // 2^53: beyond it doubles skip integers
-    if (std::trunc(*number) != *number || std::abs(*number) > limit)
-        return std::unexpected(QStringLiteral("expected a whole number"));
-    return static_cast<qint64>(*number);
-}
-
-template <>
-std::expected<int, QString> fromJsonValue<int>(const QJsonValue& value)
-{
-    auto number = fromJsonValue<qint64>(value);
-    if (!number)
-        return std::unexpected(number.error());
-    if (*number < std::numeric_limits<int>::min() || *number > std::numeric_limits<int>::max())
-        return std::unexpected(QStringLiteral("the number is out of range"));
-    return static_cast<int>(*number);
-}
-
-template <>
-std::expected<bool, QString> fromJsonValue<bool>(const QJsonValue& value)
-{
-    if (!value.isBool())
-        return std::unexpected(expected("a boolean", value));
-    return value.toBool();
-}
-
-template <>
-std::expected<QJsonObject, QString> fromJsonValue<QJsonObject>(const QJsonValue& value)
-{
-    if (!value.isObject())
-        return std::unexpected(expected("an object", value));
-    return value.toObject();
-}
-
-template <>
-std::expected<QJsonArray, QString> fromJsonValue<QJsonArray>(const QJsonValue& value)
-{
-    if (!value.isArray())
-        return std::unexpected(expected("an array", value));
-    return value.toArray();
-}
-
-template <>
-std::expected<QStringList, QString> fromJsonValue<QStringList>(const QJsonValue& value)
-{
-    if (!value.isArray())
-        return std::unexpected(expected("an array", value));
-    const QJsonArray array = value.toArray();
-    QStringList strings;
-    strings.reserve(array.size());
-    for (qsizetype i = 0; i < array.size(); ++i) {
-        const QJsonValue element = array.at(i);
-        if (!element.isString())
-            return std::unexpected(QStringLiteral("element %1: %2").arg(i).arg(expected("a string", element)));
-        strings.append(element.toString());
-    }
-    return strings;
-}
-
-JsonFields::JsonFields(const QJsonObject& object, QString path)
-    : m_object(object)
-    , m_path(std::move(path))
-{
-}
-
-QString JsonFields::pathOf(QLatin1StringView key) const
-{
-    return m_path.isEmpty() ? QString(key) : m_path + u'.' + key;
-}
-
-void JsonFields::fail(QString path, QString reason)
-{
-    if (!m_error)
-        m_error = DecodingError{std::move(path), std::move(reason)};
 }
 
 QByteArray encodeJsonValue(const QJsonValue& value)

@@ -10,9 +10,13 @@ struct JsonPath {
     const JsonPath* parent = nullptr;
     const char* key = nullptr;
     qsizetype index = -1;
+    // The path of the root in a larger document ("lists[2]"), when it is part of one.
+    const QString* root = nullptr;
 
-    JsonPath member(const char* name) const { return JsonPath { this, name, -1 }; }
-    JsonPath element(qsizetype i) const { return JsonPath { this, nullptr, i }; }
+    // The caller keeps `path` alive while the path and its children are in use.
+    static JsonPath within(const QString& path) { return JsonPath { nullptr, nullptr, -1, &path }; }
+    JsonPath member(const char* name) const { return JsonPath { this, name, -1, nullptr }; }
+    JsonPath element(qsizetype i) const { return JsonPath { this, nullptr, i, nullptr }; }
     QString text() const;
 };
 
