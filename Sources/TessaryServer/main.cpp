@@ -80,17 +80,17 @@ int serve(const ServeCommand& command)
     return status;
 }
 
-int runImport(const QString& directory, const std::function<ImportReport(MarketDatabase&)>& import)
+int runImport(const QString& directory, const std::function<ImportResult(MarketDatabase&)>& import)
 {
     auto database = MarketDatabase::open(directory);
     if (!database) {
         printProblem(database.error().description());
         return 1;
     }
-    const ImportReport report = import(**database);
-    for (const QString& line : report.lines())
-        printLine(report.succeeded() ? stdout : stderr, line);
-    return report.succeeded() ? 0 : 1;
+    const ImportResult imported = import(**database);
+    for (const QString& line : imported ? imported->lines() : imported.error().lines())
+        printLine(imported ? stdout : stderr, line);
+    return imported ? 0 : 1;
 }
 
 } // namespace

@@ -84,7 +84,7 @@ void EngineValueTests::initTestCase()
 {
     if (const auto directory = tessary::test::sharedDataDirectory()) {
         auto market = MemoryMarket::fromDailyCsvDirectory(*directory + QStringLiteral("/daily"));
-        QVERIFY2(market, qPrintable(market ? QString() : market.error()));
+        QVERIFY2(market, qPrintable(tessary::test::failureText(market)));
         m_realMarket = std::move(*market);
     }
 }
