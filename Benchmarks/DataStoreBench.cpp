@@ -35,7 +35,8 @@ const QString& generatedStore()
 QStringList firstSymbols(const MarketReader& reader, int count)
 {
     QStringList symbols;
-    for (const TickerInfo& info : reader.universe())
+    const auto universe = reader.universe();
+    for (const TickerInfo& info : *universe)
         if (symbols.size() < count)
             symbols.push_back(info.symbol);
     return symbols;

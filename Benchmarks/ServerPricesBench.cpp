@@ -40,16 +40,16 @@ public:
                 bars->push_back(DailyBar { day, price * 1.1, price });
             }
             m_daily.insert(info.symbol, bars);
-            m_universe.push_back(info);
+            m_universe->push_back(info);
         }
     }
 
-    const std::vector<TickerInfo>& universe() const override { return m_universe; }
-    const TickerInfo* find(QStringView symbol) const override
+    std::shared_ptr<const Universe> universe() const override { return m_universe; }
+    std::optional<TickerInfo> find(QStringView symbol) const override
     {
         const auto found = std::find_if(
-            m_universe.begin(), m_universe.end(), [symbol](const TickerInfo& info) { return info.symbol == symbol; });
-        return found == m_universe.end() ? nullptr : &*found;
+            m_universe->begin(), m_universe->end(), [symbol](const TickerInfo& info) { return info.symbol == symbol; });
+        return found == m_universe->end() ? std::nullopt : std::optional(*found);
     }
     std::shared_ptr<const DailyHistory> dailyBars(const QString& symbol) const override
     {
@@ -62,13 +62,13 @@ public:
     QString allSymbols() const
     {
         QStringList symbols;
-        for (const TickerInfo& info : m_universe)
+        for (const TickerInfo& info : *m_universe)
             symbols.append(info.symbol);
         return symbols.join(u',');
     }
 
 private:
-    std::vector<TickerInfo> m_universe;
+    std::shared_ptr<Universe> m_universe = std::make_shared<Universe>();
     QHash<QString, std::shared_ptr<const DailyHistory>> m_daily;
     std::shared_ptr<const IntradayHistory> m_noIntraday = std::make_shared<IntradayHistory>();
 };

@@ -12,6 +12,7 @@
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/ChartExportControl.h"
 #include "Tessary/Views/Main/MainWindow.h"
+#include "TessaryWire/BuildInfo.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -29,7 +30,7 @@ void describeApplication()
 {
     QCoreApplication::setOrganizationName(QStringLiteral("Tessary"));
     QCoreApplication::setApplicationName(QStringLiteral("Tessary"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(TESSARY_VERSION));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(BuildInfo::version));
 }
 
 // TESSARY_SNAPSHOT=<png>: once the chart area settles (a chart, or an error), the window

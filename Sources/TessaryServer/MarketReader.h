@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tessary/MarketData/WireRecords.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QDate>
 #include <QString>
@@ -30,16 +30,19 @@ using IntradayHistory = std::vector<IntradayBar>;
 
 enum class DataSource { simulated, imported };
 
-// What the request handlers read. The SQLite database implements it; histories are shared,
-// immutable snapshots, so a handler may keep one while an import replaces the symbol.
+using Universe = std::vector<TickerInfo>;
+
+// What the request handlers read. The SQLite database implements it; the universe and the
+// histories are shared, immutable snapshots, so a handler may keep one while an import
+// replaces them.
 class MarketReader {
 public:
     virtual ~MarketReader() = default;
 
     // Every known symbol, sorted by symbol.
-    virtual const std::vector<TickerInfo>& universe() const = 0;
-    // Exact (upper-case) symbol.
-    virtual const TickerInfo* find(QStringView symbol) const = 0;
+    virtual std::shared_ptr<const Universe> universe() const = 0;
+    // Exact (upper-case) symbol; a copy, so it outlives the universe it came from.
+    virtual std::optional<TickerInfo> find(QStringView symbol) const = 0;
     // Oldest first, one bar per trading day; empty (never null) when the symbol has none.
     virtual std::shared_ptr<const DailyHistory> dailyBars(const QString& symbol) const = 0;
     virtual std::shared_ptr<const IntradayHistory> intradayBars(const QString& symbol) const = 0;

@@ -5,6 +5,7 @@
 #include "TessaryServer/CommandLine.h"
 #include "TessaryServer/Data/Data.h"
 #include "TessaryServer/Http/ServerEngine.h"
+#include "TessaryWire/BuildInfo.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
@@ -81,17 +82,17 @@ int serve(const ServeCommand& command)
     return status;
 }
 
-int runImport(const QString& directory, const std::function<ImportReport(MarketDatabase&)>& import)
+int runImport(const QString& directory, const std::function<ImportResult(MarketDatabase&)>& import)
 {
     auto database = MarketDatabase::open(directory);
     if (!database) {
         printProblem(database.error().description());
         return 1;
     }
-    const ImportReport report = import(**database);
-    for (const QString& line : report.lines())
-        printLine(report.succeeded() ? stdout : stderr, line);
-    return report.succeeded() ? 0 : 1;
+    const ImportResult imported = import(**database);
+    for (const QString& line : imported ? imported->lines() : imported.error().lines())
+        printLine(imported ? stdout : stderr, line);
+    return imported ? 0 : 1;
 }
 
 int runAccount(const AccountCommand& command)
@@ -113,7 +114,7 @@ int main(int argc, char* argv[])
 {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tessary-server"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(TESSARY_VERSION));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(tessary::BuildInfo::version));
 
     const auto command = parseCommandLine(QCoreApplication::arguments().mid(1));
     if (!command) {

@@ -142,7 +142,7 @@ void PeriodTests::clamp()
     QFETCH(QString, expectedStart);
     QFETCH(QString, expectedEnd);
     QFETCH(bool, truncated);
-    QCOMPARE(Scenario::clamp(start, end, years, now), (ClampedRange{expectedStart, expectedEnd, truncated}));
+    QCOMPARE(clampRange(start, end, years, now), (ClampedRange { expectedStart, expectedEnd, truncated }));
 }
 
 void PeriodTests::label_data()

@@ -1,6 +1,6 @@
 #include "MemoryMarket.h"
 
-#include "Tessary/Model/MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QDir>
 #include <QFile>
@@ -11,18 +11,20 @@ namespace tessary::server::test {
 
 void MemoryMarket::addSymbol(const TickerInfo& info, DailyHistory daily, IntradayHistory intraday)
 {
-    const auto position = std::lower_bound(m_universe.begin(), m_universe.end(), info.symbol,
+    const auto position = std::lower_bound(m_universe->begin(), m_universe->end(), info.symbol,
         [](const TickerInfo& known, const QString& symbol) { return known.symbol < symbol; });
-    m_universe.insert(position, info);
+    m_universe->insert(position, info);
     m_daily.insert(info.symbol, std::make_shared<const DailyHistory>(std::move(daily)));
     m_intraday.insert(info.symbol, std::make_shared<const IntradayHistory>(std::move(intraday)));
 }
 
-const TickerInfo* MemoryMarket::find(QStringView symbol) const
+std::optional<TickerInfo> MemoryMarket::find(QStringView symbol) const
 {
-    const auto position = std::lower_bound(m_universe.begin(), m_universe.end(), symbol,
+    const auto position = std::lower_bound(m_universe->begin(), m_universe->end(), symbol,
         [](const TickerInfo& known, QStringView wanted) { return known.symbol < wanted; });
-    return position != m_universe.end() && position->symbol == symbol ? &*position : nullptr;
+    if (position == m_universe->end() || position->symbol != symbol)
+        return std::nullopt;
+    return *position;
 }
 
 std::shared_ptr<const DailyHistory> MemoryMarket::dailyBars(const QString& symbol) const
@@ -47,14 +49,14 @@ std::optional<QDate> MemoryMarket::lastMarketDate() const
     return last;
 }
 
-std::expected<std::unique_ptr<MemoryMarket>, QString> MemoryMarket::fromDailyCsvDirectory(const QString& directory)
+std::expected<std::unique_ptr<MemoryMarket>, DataError> MemoryMarket::fromDailyCsvDirectory(const QString& directory)
 {
     auto market = std::make_unique<MemoryMarket>();
     const QDir folder(directory);
     for (const QString& name : folder.entryList({ QStringLiteral("*.csv") }, QDir::Files, QDir::Name)) {
         QFile file(folder.filePath(name));
         if (!file.open(QIODevice::ReadOnly))
-            return std::unexpected(QStringLiteral("cannot read ") + file.fileName());
+            return std::unexpected(DataError { QStringLiteral("cannot read ") + file.fileName() });
         DailyHistory bars;
         file.readLine(); // header
         while (!file.atEnd()) {
@@ -63,14 +65,14 @@ std::expected<std::unique_ptr<MemoryMarket>, QString> MemoryMarket::fromDailyCsv
                 continue;
             const auto date = MarketTime::parseDate(QString::fromLatin1(fields[0]));
             if (!date)
-                return std::unexpected(QStringLiteral("bad date in ") + file.fileName());
+                return std::unexpected(DataError { QStringLiteral("bad date in ") + file.fileName() });
             bars.push_back(DailyBar { .date = *date, .close = fields[1].toDouble(), .adjClose = fields[2].toDouble() });
         }
         const QString symbol = name.chopped(4);
         TickerInfo info;
         info.symbol = symbol;
         info.name = symbol + QStringLiteral(" Inc.");
-        info.marketCap = 1e9 + static_cast<double>(market->m_universe.size());
+        info.marketCap = 1e9 + static_cast<double>(market->m_universe->size());
         market->addSymbol(info, std::move(bars));
     }
     return market;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TessaryServer/Data/DataError.h"
 #include "TessaryServer/MarketReader.h"
 
 #include <QHash>
@@ -18,17 +19,17 @@ public:
     void setDataSource(DataSource source) { m_source = source; }
 
     // Every "SYMBOL.csv" of `directory` in the layout date,close,adjusted_close[,…].
-    static std::expected<std::unique_ptr<MemoryMarket>, QString> fromDailyCsvDirectory(const QString& directory);
+    static std::expected<std::unique_ptr<MemoryMarket>, DataError> fromDailyCsvDirectory(const QString& directory);
 
-    const std::vector<TickerInfo>& universe() const override { return m_universe; }
-    const TickerInfo* find(QStringView symbol) const override;
+    std::shared_ptr<const Universe> universe() const override { return m_universe; }
+    std::optional<TickerInfo> find(QStringView symbol) const override;
     std::shared_ptr<const DailyHistory> dailyBars(const QString& symbol) const override;
     std::shared_ptr<const IntradayHistory> intradayBars(const QString& symbol) const override;
     std::optional<QDate> lastMarketDate() const override;
     DataSource dataSource() const override { return m_source; }
 
 private:
-    std::vector<TickerInfo> m_universe;
+    std::shared_ptr<Universe> m_universe = std::make_shared<Universe>();
     QHash<QString, std::shared_ptr<const DailyHistory>> m_daily;
     QHash<QString, std::shared_ptr<const IntradayHistory>> m_intraday;
     DataSource m_source = DataSource::imported;

@@ -9,6 +9,7 @@
 #include <QTimeZone>
 
 #include <cmath>
+#include <stop_token>
 
 using namespace tessary;
 using namespace tessary::server;
@@ -48,7 +49,8 @@ bool equalBars(const IntradayHistory& a, const IntradayHistory& b)
 
 bool sameBars(const MarketReader& a, const MarketReader& b, QString* difference)
 {
-    for (const TickerInfo& info : a.universe()) {
+    const auto universe = a.universe();
+    for (const TickerInfo& info : *universe) {
         if (!equalBars(*a.dailyBars(info.symbol), *b.dailyBars(info.symbol))) {
             *difference = info.symbol + QStringLiteral(" daily");
             return false;
@@ -58,7 +60,7 @@ bool sameBars(const MarketReader& a, const MarketReader& b, QString* difference)
             return false;
         }
     }
-    return a.universe() == b.universe();
+    return *universe == *b.universe();
 }
 
 std::vector<double> logReturns(const DailyHistory& bars, QDate from, QDate to)
@@ -105,6 +107,7 @@ private Q_SLOTS:
     void universeIsWellFormed();
     void sameSeedSameMarketOtherSeedOther();
     void extendingEqualsGeneratingInOneGo();
+    void cancelledWritesLeaveTheMarketAsItWas();
     void barsFollowTheCalendar();
     void laterListingsStartLater_data();
     void laterListingsStartLater();
@@ -185,6 +188,38 @@ void DemoMarketTests::extendingEqualsGeneratingInOneGo()
     QCOMPARE(extendDemoMarket(*stepwise, QDate(2025, 11, 21))->dailyBars, 0);
 }
 
+void DemoMarketTests::cancelledWritesLeaveTheMarketAsItWas()
+{
+    QTemporaryDir dir;
+    auto database = openIn(dir, QStringLiteral("cancelled"));
+    auto reference = openIn(dir, QStringLiteral("reference"));
+    // Stopped a few symbols in, as when the app quits during its first start.
+    std::stop_source stopGenerating;
+    const auto cancelSoon = [](std::stop_source& stop) {
+        return [&stop](double fraction) {
+            if (fraction > 0.1)
+                stop.request_stop();
+        };
+    };
+    QVERIFY(!generateDemoMarket(
+        *database, shortSpan(QDate(2025, 11, 7)), cancelSoon(stopGenerating), stopGenerating.get_token()));
+    QVERIFY(database->isEmpty());
+    QCOMPARE(database->dailyBarCount(), 0);
+    // The next start does the whole work again.
+    QVERIFY(generateDemoMarket(*database, shortSpan(QDate(2025, 11, 7))));
+    QVERIFY(generateDemoMarket(*reference, shortSpan(QDate(2025, 11, 7))));
+    QString difference;
+    QVERIFY2(sameBars(*database, *reference, &difference), qPrintable(difference));
+
+    const qint64 bars = database->dailyBarCount();
+    std::stop_source stopExtending;
+    QVERIFY(!extendDemoMarket(*database, QDate(2025, 11, 21), cancelSoon(stopExtending), stopExtending.get_token()));
+    QCOMPARE(database->dailyBarCount(), bars);
+    QCOMPARE(database->lastDemoDate(), QDate(2025, 11, 7));
+    QVERIFY(extendDemoMarket(*database, QDate(2025, 11, 21)));
+    QCOMPARE(database->lastDemoDate(), QDate(2025, 11, 21));
+}
+
 void DemoMarketTests::barsFollowTheCalendar()
 {
     QTemporaryDir dir;
@@ -193,7 +228,8 @@ void DemoMarketTests::barsFollowTheCalendar()
     QVERIFY(generateDemoMarket(*database, shortSpan(QDate(2025, 12, 29))));
     const std::vector<QDate> sessions = tradingDays(QDate(2025, 10, 1), QDate(2025, 12, 29));
     const QTimeZone newYork("America/New_York");
-    for (const TickerInfo& info : database->universe()) {
+    const auto universe = database->universe();
+    for (const TickerInfo& info : *universe) {
         const auto bars = database->dailyBars(info.symbol);
         QVERIFY2(!bars->empty(), qPrintable(info.symbol));
         QVERIFY2(std::ranges::all_of(*bars, [](const DailyBar& b) { return isTradingDay(b.date) && b.close > 0; }),
@@ -244,7 +280,7 @@ void DemoMarketTests::prepareSeedsOnlyWhenAllowed()
     auto imported = openIn(dir, QStringLiteral("imported"));
     QVERIFY(imported->write([](MarketDatabase::Writer& w) { return w.ensureSymbol(QStringLiteral("AAA")); }));
     QCOMPARE(prepareMarket(*imported, true)->symbols, 0);
-    QCOMPARE(imported->universe().size(), std::size_t(1));
+    QCOMPARE(imported->universe()->size(), std::size_t(1));
     // A simulated store is brought up to date.
     auto simulated = openIn(dir, QStringLiteral("simulated"));
     QVERIFY(generateDemoMarket(*simulated, shortSpan(QDate(2026, 10, 1))));

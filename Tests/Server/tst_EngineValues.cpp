@@ -1,10 +1,10 @@
 #include "MemoryMarket.h"
 #include "Support/TestSupport.h"
-#include "Tessary/Model/MarketTime.h"
-#include "Tessary/Shell/Json.h"
 #include "TessaryServer/Engine/Metrics.h"
 #include "TessaryServer/Engine/WindowRules.h"
 #include "TessaryServer/Http/MarketHandlers.h"
+#include "TessaryWire/Json.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -84,7 +84,7 @@ void EngineValueTests::initTestCase()
 {
     if (const auto directory = tessary::test::sharedDataDirectory()) {
         auto market = MemoryMarket::fromDailyCsvDirectory(*directory + QStringLiteral("/daily"));
-        QVERIFY2(market, qPrintable(market ? QString() : market.error()));
+        QVERIFY2(market, qPrintable(tessary::test::failureText(market)));
         m_realMarket = std::move(*market);
     }
 }

@@ -65,12 +65,12 @@ void ImportTests::realFilesKeepEveryRowAndTheSplit()
     const QString aapl = shared + QStringLiteral("/daily/AAPL.csv");
     const QString brk = shared + QStringLiteral("/daily/BRK.B.csv");
     const QString abbv = shared + QStringLiteral("/daily/ABBV.csv");
-    const ImportReport report = importPrices(*database, { aapl, brk, abbv });
-    QVERIFY2(report.succeeded(), qPrintable(report.lines().join(u'\n')));
-    QCOMPARE(report.files, 3);
-    QCOMPARE(report.symbols, 3);
-    QCOMPARE(report.rows, dataLines(aapl) + dataLines(brk) + dataLines(abbv));
-    QVERIFY(report.problems.isEmpty());
+    const ImportResult report = importPrices(*database, { aapl, brk, abbv });
+    QVERIFY2(report, qPrintable(test::failureText(report)));
+    QCOMPARE(report->files, 3);
+    QCOMPARE(report->symbols, 3);
+    QCOMPARE(report->rows, dataLines(aapl) + dataLines(brk) + dataLines(abbv));
+    QVERIFY(report->problems.isEmpty());
     QCOMPARE(database->dataSource(), DataSource::imported);
 
     QVERIFY(database->find(u"BRK.B"));
@@ -104,11 +104,11 @@ void ImportTests::wholeDirectoryImportsInOneGo()
     int expectedRows = 0;
     for (const QString& file : files)
         expectedRows += dataLines(daily.filePath(file));
-    const ImportReport report = importPrices(*database, { daily.path() });
-    QVERIFY2(report.succeeded(), qPrintable(report.lines().join(u'\n')));
-    QCOMPARE(report.files, int(files.size()));
-    QCOMPARE(int(database->universe().size()), int(files.size()));
-    QCOMPARE(report.rows, expectedRows);
+    const ImportResult report = importPrices(*database, { daily.path() });
+    QVERIFY2(report, qPrintable(test::failureText(report)));
+    QCOMPARE(report->files, int(files.size()));
+    QCOMPARE(int(database->universe()->size()), int(files.size()));
+    QCOMPARE(report->rows, expectedRows);
     QCOMPARE(database->dailyBarCount(), expectedRows);
 }
 
@@ -168,11 +168,11 @@ void ImportTests::layouts()
     QFETCH(bool, closeUsedAsAdjusted);
     QTemporaryDir dir;
     auto database = openIn(dir);
-    const ImportReport report = importPrices(*database, { writeFile(dir, fileName, content) });
-    QVERIFY2(report.succeeded(), qPrintable(report.lines().join(u'\n')));
-    QCOMPARE(report.problems, problems);
-    QCOMPARE(report.skippedRows, problems.size());
-    QCOMPARE(report.notes.join(u' ').contains(u"using the close"), closeUsedAsAdjusted);
+    const ImportResult report = importPrices(*database, { writeFile(dir, fileName, content) });
+    QVERIFY2(report, qPrintable(test::failureText(report)));
+    QCOMPARE(report->problems, problems);
+    QCOMPARE(report->skippedRows, problems.size());
+    QCOMPARE(report->notes.join(u' ').contains(u"using the close"), closeUsedAsAdjusted);
     const auto bars = database->dailyBars(symbol);
     QList<double> gotCloses, gotAdjusted;
     for (const DailyBar& bar : *bars) {
@@ -204,11 +204,11 @@ void ImportTests::rejectedFiles()
     QFETCH(QString, error);
     QTemporaryDir dir;
     auto database = openIn(dir);
-    const ImportReport report = importPrices(*database, { writeFile(dir, fileName, content) });
-    QVERIFY(!report.succeeded());
-    QVERIFY2(report.error->startsWith(error), qPrintable(*report.error));
-    QVERIFY(report.lines().last().startsWith(u"import failed, nothing was imported: "));
-    QVERIFY(database->universe().empty());
+    const ImportResult report = importPrices(*database, { writeFile(dir, fileName, content) });
+    QVERIFY(!report);
+    QVERIFY2(report.error().reason.startsWith(error), qPrintable(report.error().reason));
+    QVERIFY(report.error().lines().last().startsWith(u"import failed, nothing was imported: "));
+    QVERIFY(database->universe()->empty());
 }
 
 void ImportTests::failingFileRollsBackTheWholeImport()
@@ -216,19 +216,21 @@ void ImportTests::failingFileRollsBackTheWholeImport()
     QTemporaryDir dir;
     auto database = openIn(dir);
     const QString first = writeFile(dir, QStringLiteral("AAA.csv"), "date,close\n2020-01-02,1\n2020-01-03,2\n");
-    QVERIFY(importPrices(*database, { first }).succeeded());
+    QVERIFY(importPrices(*database, { first }));
     // A later import that replaces AAA and adds BBB fails on its third file: nothing changes.
     QDir(dir.path()).mkpath(QStringLiteral("batch"));
     writeFile(dir, QStringLiteral("batch/AAA.csv"), "date,close\n2021-01-04,5\n");
     writeFile(dir, QStringLiteral("batch/BBB.csv"), "date,close\n2021-01-04,7\n");
     writeFile(dir, QStringLiteral("batch/CCC.csv"), "when,what\nyesterday,1\n");
-    const ImportReport report = importPrices(*database, { dir.filePath(QStringLiteral("batch")) });
-    QVERIFY(!report.succeeded());
-    QVERIFY(report.error->contains(u"CCC.csv"));
-    QCOMPARE(database->universe().size(), std::size_t(1));
+    const ImportResult report = importPrices(*database, { dir.filePath(QStringLiteral("batch")) });
+    QVERIFY(!report);
+    QVERIFY(report.error().reason.contains(u"CCC.csv"));
+    QCOMPARE(database->universe()->size(), std::size_t(1));
     QCOMPARE(database->dailyBars(QStringLiteral("AAA"))->size(), std::size_t(2));
     QVERIFY(!database->find(u"BBB"));
-    QCOMPARE(importPrices(*database, { dir.filePath(QStringLiteral("nowhere")) }).error.value_or(QString()),
+    const ImportResult missing = importPrices(*database, { dir.filePath(QStringLiteral("nowhere")) });
+    QVERIFY(!missing);
+    QCOMPARE(missing.error().reason,
         dir.filePath(QStringLiteral("nowhere")) + QStringLiteral(": no such file or directory"));
 }
 
@@ -252,10 +254,10 @@ void ImportTests::importReplacesSimulatedPrices()
     });
     QVERIFY(seeded);
     QCOMPARE(database->dataSource(), DataSource::simulated);
-    const ImportReport report
+    const ImportResult report
         = importPrices(*database, { writeFile(dir, QStringLiteral("SIM.csv"), "date,close\n2021-01-04,5\n") });
-    QVERIFY(report.succeeded());
-    QVERIFY(report.notes.join(u' ').contains(u"simulated prices were removed"));
+    QVERIFY(report);
+    QVERIFY(report->notes.join(u' ').contains(u"simulated prices were removed"));
     QCOMPARE(database->dataSource(), DataSource::imported);
     QCOMPARE(database->demoSeed(), std::nullopt);
     QVERIFY(database->dailyBars(QStringLiteral("KEEP"))->empty());
@@ -271,18 +273,18 @@ void ImportTests::constituentsUniverseImportsAsIs()
     QTemporaryDir dir;
     auto database = openIn(dir);
     const QString file = shared + QStringLiteral("/sp500-constituents.csv");
-    const ImportReport report = importUniverse(*database, file);
-    QVERIFY2(report.succeeded(), qPrintable(report.lines().join(u'\n')));
-    QCOMPARE(report.symbols, dataLines(file));
-    QVERIFY(report.problems.isEmpty());
-    const TickerInfo* mmm = database->find(u"MMM");
+    const ImportResult report = importUniverse(*database, file);
+    QVERIFY2(report, qPrintable(test::failureText(report)));
+    QCOMPARE(report->symbols, dataLines(file));
+    QVERIFY(report->problems.isEmpty());
+    const auto mmm = database->find(u"MMM");
     QVERIFY(mmm);
     QCOMPARE(mmm->name, QStringLiteral("3M"));
     QCOMPARE(mmm->sector, QStringLiteral("Industrials"));
     QCOMPARE(mmm->industry, QStringLiteral("Industrial Conglomerates"));
     QVERIFY(!mmm->isEtf && !mmm->isFund);
     QVERIFY(database->find(u"BRK.B"));
-    QVERIFY(std::ranges::is_sorted(database->universe(), {}, &TickerInfo::symbol));
+    QVERIFY(std::ranges::is_sorted(*database->universe(), {}, &TickerInfo::symbol));
 }
 
 void ImportTests::universeColumns_data()
@@ -318,13 +320,14 @@ void ImportTests::universeColumns()
     QFETCH(QStringList, problems);
     QTemporaryDir dir;
     auto database = openIn(dir);
-    const ImportReport report = importUniverse(*database, writeFile(dir, QStringLiteral("u.csv"), content));
-    QVERIFY2(report.succeeded(), qPrintable(report.lines().join(u'\n')));
-    QCOMPARE(report.problems, problems);
-    QCOMPARE(QList<TickerInfo>(database->universe().begin(), database->universe().end()), expected);
-    const ImportReport unknown
+    const ImportResult report = importUniverse(*database, writeFile(dir, QStringLiteral("u.csv"), content));
+    QVERIFY2(report, qPrintable(test::failureText(report)));
+    QCOMPARE(report->problems, problems);
+    const auto universe = database->universe();
+    QCOMPARE(QList<TickerInfo>(universe->begin(), universe->end()), expected);
+    const ImportResult unknown
         = importUniverse(*database, writeFile(dir, QStringLiteral("v.csv"), "Name,Sector\nApple,Tech\n"));
-    QVERIFY(unknown.error && unknown.error->contains(u"expected a Symbol or Ticker column"));
+    QVERIFY(!unknown && unknown.error().reason.contains(u"expected a Symbol or Ticker column"));
 }
 
 void ImportTests::reopenedStoreKeepsData()
@@ -332,8 +335,7 @@ void ImportTests::reopenedStoreKeepsData()
     QTemporaryDir dir;
     {
         auto database = openIn(dir);
-        QVERIFY(importPrices(*database, { writeFile(dir, QStringLiteral("AAA.csv"), "date,close\n2020-01-02,1.5\n") })
-                    .succeeded());
+        QVERIFY(importPrices(*database, { writeFile(dir, QStringLiteral("AAA.csv"), "date,close\n2020-01-02,1.5\n") }));
     }
     auto reopened = openIn(dir);
     QCOMPARE(reopened->dailyBars(QStringLiteral("AAA"))->front().close, 1.5);

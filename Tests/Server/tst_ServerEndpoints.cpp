@@ -1,9 +1,9 @@
 #include "MemoryMarket.h"
-#include "Tessary/Shell/Json.h"
 #include "TessaryServer/Http/HttpTransport.h"
 #include "TessaryServer/Http/JsonWriter.h"
 #include "TessaryServer/Http/MarketHandlers.h"
 #include "TessaryServer/Http/ServerEngine.h"
+#include "TessaryWire/Json.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -120,7 +120,7 @@ void ServerEndpointTests::initTestCase()
     m_transport = std::make_unique<HttpTransport>(
         [handlers = m_handlers.get()](const HttpRequest& request) { return handlers->handle(request); });
     const auto port = m_transport->start(QHostAddress::LocalHost, 0);
-    QVERIFY2(port, qPrintable(port ? QString() : port.error()));
+    QVERIFY2(port, qPrintable(port ? QString() : port.error().description()));
     QVERIFY(*port != 0);
     m_port = *port;
 }
@@ -318,7 +318,7 @@ void ServerEndpointTests::engineServesFromItsOwnThread()
     std::atomic<QThread*> openedOn = nullptr;
     ServerOptions options;
     options.openMarket
-        = [&openedOn](const MarketProgress& progress) -> std::expected<std::unique_ptr<MarketReader>, QString> {
+        = [&openedOn](const MarketProgress& progress) -> std::expected<std::unique_ptr<MarketReader>, DataError> {
         openedOn = QThread::currentThread();
         progress(0.5);
         auto market = smallMarket();
@@ -353,7 +353,7 @@ void ServerEndpointTests::engineReportsABusyPort()
 {
     ServerOptions options;
     options.port = m_port; // the fixture server holds it
-    options.openMarket = [](const MarketProgress&) -> std::expected<std::unique_ptr<MarketReader>, QString> {
+    options.openMarket = [](const MarketProgress&) -> std::expected<std::unique_ptr<MarketReader>, DataError> {
         return std::unique_ptr<MarketReader>(smallMarket());
     };
     ServerEngine engine;

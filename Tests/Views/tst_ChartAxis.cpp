@@ -5,9 +5,9 @@
 #include <cmath>
 
 #include "Tessary/Model/Comparison.h"
-#include "Tessary/Model/MarketTime.h"
 #include "Tessary/Views/Chart/ChartMapper.h"
 #include "Tessary/Views/Chart/TimeAxis.h"
+#include "TessaryWire/MarketTime.h"
 
 using namespace tessary;
 

@@ -4,13 +4,13 @@
 
 #include "Tessary/Model/DateLabel.h"
 #include "Tessary/Model/Format.h"
-#include "Tessary/Model/MarketTime.h"
 #include "Tessary/Model/RankSort.h"
-#include "Tessary/Shell/Json.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartExportCard.h"
 #include "Tessary/Views/Chart/ChartExporter.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
+#include "TessaryWire/Json.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QCoreApplication>
 #include <QCoroTask>

@@ -3,7 +3,7 @@
 #include "ServiceLauncher.h"
 
 #include "Tessary/Shell/Environment.h"
-#include "Tessary/Shell/Json.h"
+#include "TessaryWire/Json.h"
 #include "Tessary/Store/Store.h"
 
 #include <QCoreApplication>

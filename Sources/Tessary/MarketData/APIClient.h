@@ -2,9 +2,9 @@
 
 #include "Cancellation.h"
 #include "MarketDataError.h"
-#include "Tessary/Model/Scenario.h"
-#include "Tessary/Model/Timeframe.h"
-#include "WireRecords.h"
+#include "TessaryWire/ClampedRange.h"
+#include "TessaryWire/Timeframe.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QCoroTask>
 #include <QList>

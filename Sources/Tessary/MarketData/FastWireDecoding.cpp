@@ -1,7 +1,8 @@
 #include "FastWireDecoding.h"
 
-#include "QtJsonNode.h"
-#include "WireReader.h"
+#include "WireFields.h"
+
+#include "TessaryWire/QtJsonNode.h"
 
 #if TESSARY_HAVE_SIMDJSON
 #include <simdjson.h>
@@ -123,7 +124,7 @@ template <class T> Decoded<T> decodeBody(const QByteArray& body)
     const auto code = parser.parse(body.constData(), static_cast<std::size_t>(body.size())).get(root);
     if (code != simdjson::SUCCESS)
         return std::unexpected(DecodingError { {}, parseFailure(code) });
-    return readWire<T>(SimdJsonNode(root));
+    return readJson<T>(SimdJsonNode(root));
 }
 
 } // namespace
@@ -142,7 +143,7 @@ template <class T> Decoded<T> decodeBody(const QByteArray& body)
     auto object = parseJsonObject(body);
     if (!object)
         return std::unexpected(object.error());
-    return readWire<T>(QtJsonNode(*object));
+    return readJson<T>(QtJsonNode(*object));
 }
 
 } // namespace

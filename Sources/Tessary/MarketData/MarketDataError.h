@@ -1,7 +1,7 @@
 #pragma once
 
 #include "APIError.h"
-#include "Tessary/Shell/Json.h"
+#include "TessaryWire/Json.h"
 
 #include <QNetworkReply>
 #include <QString>

@@ -1,63 +1,17 @@
 #include "WireDecoding.h"
 
 #include "FastWireDecoding.h"
-#include "QtJsonNode.h"
+#include "WireFields.h"
+
+#include "TessaryWire/QtJsonNode.h"
 
 namespace tessary {
-
-QString jsonKindName(JsonKind kind)
-{
-    switch (kind) {
-    case JsonKind::null:
-        return QStringLiteral("null");
-    case JsonKind::boolean:
-        return QStringLiteral("a boolean");
-    case JsonKind::number:
-        return QStringLiteral("a number");
-    case JsonKind::string:
-        return QStringLiteral("a string");
-    case JsonKind::array:
-        return QStringLiteral("an array");
-    case JsonKind::object:
-        return QStringLiteral("an object");
-    }
-    return QStringLiteral("nothing");
-}
-
-JsonKind QtJsonNode::kind() const
-{
-    switch (m_value.type()) {
-    case QJsonValue::Bool:
-        return JsonKind::boolean;
-    case QJsonValue::Double:
-        return JsonKind::number;
-    case QJsonValue::String:
-        return JsonKind::string;
-    case QJsonValue::Array:
-        return JsonKind::array;
-    case QJsonValue::Object:
-        return JsonKind::object;
-    case QJsonValue::Null:
-    case QJsonValue::Undefined:
-        break;
-    }
-    return JsonKind::null;
-}
-
-std::optional<QtJsonNode> QtJsonNode::member(const char* key) const
-{
-    const QJsonObject object = m_value.toObject();
-    const auto it = object.constFind(QLatin1StringView(key));
-    if (it == object.constEnd())
-        return std::nullopt;
-    return QtJsonNode(*it);
-}
 
 namespace {
 
 template <class T> Decoded<T> decodeObject(const QJsonObject& object)
 {
-    return readWire<T>(QtJsonNode(object));
+    return readJson<T>(QtJsonNode(object));
 }
 
 template <class T> Decoded<T> decodeBody(const QByteArray& body)

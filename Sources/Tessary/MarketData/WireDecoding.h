@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WireRecords.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QByteArray>
 #include <QJsonObject>

@@ -1,7 +1,7 @@
 #include "Comparison.h"
 
-#include "MarketTime.h"
-#include "Tessary/MarketData/Freshness.h"
+#include "TessaryWire/Freshness.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QSet>
 
@@ -168,14 +168,9 @@ Comparison buildComparison(
     return comparison;
 }
 
-bool isIntradayInterval(QStringView interval)
-{
-    return interval.endsWith(u"min") || interval.endsWith(u"h");
-}
-
 QDate barDay(const Comparison& comparison, const QDateTime& instant)
 {
-    return isIntradayInterval(comparison.interval) ? MarketTime::dateOf(instant) : instant.toUTC().date();
+    return barDay(comparison.interval, instant);
 }
 
 } // namespace tessary

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Tessary/MarketData/WireRecords.h"
+#include "TessaryWire/BarDay.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QDate>
 #include <QDateTime>
@@ -81,10 +82,7 @@ int pointBudget(qsizetype requested);
 // gaps are listing holidays or a few missing days.
 inline constexpr qint64 lateStartSeconds = 30LL * 24 * 60 * 60;
 
-// Whether bars of this interval text ("15min", "1h", "1D", "1W") are intraday.
-bool isIntradayInterval(QStringView interval);
-// The market day a bar time of this comparison falls on: intraday bars are real instants
-// (New York's day), daily and longer bars sit at midnight UTC of their own day.
+// The market day a bar time of this comparison falls on (see BarDay.h).
 QDate barDay(const Comparison& comparison, const QDateTime& instant);
 
 // Selects, thins and arranges one prices response for a list of `tickers` and its

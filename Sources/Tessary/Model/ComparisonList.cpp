@@ -7,6 +7,8 @@
 
 #include <chrono>
 
+#include "TessaryWire/QtJsonNode.h"
+
 namespace tessary {
 
 QStringList starterTickers()
@@ -59,29 +61,40 @@ void ComparisonList::setPeriod(const ListPeriod& period)
     rangeEnd = period.rangeEnd;
 }
 
+bool readFields(JsonReader<QtJsonNode>& reader, const QtJsonNode& node, const JsonPath& at, ComparisonList& out)
+{
+    QString id;
+    StringArray tickers;
+    std::optional<QString> benchmark;
+    std::optional<QString> preset;
+    std::optional<double> createdAt;
+    std::optional<double> lastModifiedAt;
+    std::optional<double> lastAccessedAt;
+    if (!reader.expect(node, at, JsonKind::object) || !reader.required(node, at, "id", id)
+        || !reader.required(node, at, "name", out.name) || !reader.required(node, at, "tickers", tickers)
+        || !reader.optional(node, at, "benchmark", benchmark) || !reader.optional(node, at, "preset", preset)
+        || !reader.optional(node, at, "scenario", out.scenario)
+        || !reader.optional(node, at, "rangeStart", out.rangeStart)
+        || !reader.optional(node, at, "rangeEnd", out.rangeEnd) || !reader.optional(node, at, "createdAt", createdAt)
+        || !reader.optional(node, at, "lastModifiedAt", lastModifiedAt)
+        || !reader.optional(node, at, "lastAccessedAt", lastAccessedAt))
+        return false;
+    const auto uuid = parseUuid(id);
+    if (!uuid)
+        return reader.fail(at.member("id"), QStringLiteral("not a UUID"));
+    out.id = *uuid;
+    out.tickers = std::move(tickers.values);
+    out.benchmark = benchmark.value_or(QString::fromLatin1(defaultBenchmark));
+    out.preset = Timeframes::fromStoredValue(preset.value_or(QString()));
+    out.createdAt = createdAt.value_or(0);
+    out.lastModifiedAt = lastModifiedAt.value_or(out.createdAt);
+    out.lastAccessedAt = lastAccessedAt.value_or(out.lastModifiedAt);
+    return true;
+}
+
 Decoded<ComparisonList> ComparisonList::fromJson(const QJsonObject& object, const QString& path)
 {
-    JsonFields fields(object, path);
-    const auto idText = fields.required<QString>(QLatin1StringView("id"));
-    ComparisonList list;
-    list.name = fields.required<QString>(QLatin1StringView("name"));
-    list.tickers = fields.required<QStringList>(QLatin1StringView("tickers"));
-    list.benchmark = fields.optional<QString>(QLatin1StringView("benchmark")).value_or(QString::fromLatin1(defaultBenchmark));
-    list.preset = Timeframes::fromStoredValue(fields.optional<QString>(QLatin1StringView("preset")).value_or(QString()));
-    list.scenario = fields.optional<QString>(QLatin1StringView("scenario"));
-    list.rangeStart = fields.optional<QString>(QLatin1StringView("rangeStart"));
-    list.rangeEnd = fields.optional<QString>(QLatin1StringView("rangeEnd"));
-    list.createdAt = fields.optional<double>(QLatin1StringView("createdAt")).value_or(0);
-    list.lastModifiedAt = fields.optional<double>(QLatin1StringView("lastModifiedAt")).value_or(list.createdAt);
-    list.lastAccessedAt = fields.optional<double>(QLatin1StringView("lastAccessedAt")).value_or(list.lastModifiedAt);
-    if (fields.failed())
-        return std::unexpected(fields.error());
-
-    const auto id = parseUuid(idText);
-    if (!id)
-        return std::unexpected(DecodingError{fields.pathOf(QLatin1StringView("id")), QStringLiteral("not a UUID")});
-    list.id = *id;
-    return list;
+    return readJson<ComparisonList>(QtJsonNode(object), JsonPath::within(path));
 }
 
 QByteArray ComparisonList::toJson() const
@@ -109,18 +122,7 @@ QJsonObject ComparisonList::toJsonObject() const
 
 Decoded<std::vector<ComparisonList>> ComparisonList::listFromJson(const QJsonArray& array, const QString& path)
 {
-    std::vector<ComparisonList> lists;
-    lists.reserve(array.size());
-    for (qsizetype i = 0; i < array.size(); ++i) {
-        const QString elementPath = QStringLiteral("%1[%2]").arg(path).arg(i);
-        if (!array.at(i).isObject())
-            return std::unexpected(DecodingError{elementPath, QStringLiteral("expected an object, found %1").arg(jsonTypeName(array.at(i)))});
-        auto list = fromJson(array.at(i).toObject(), elementPath);
-        if (!list)
-            return std::unexpected(list.error());
-        lists.push_back(std::move(*list));
-    }
-    return lists;
+    return readJson<std::vector<ComparisonList>>(QtJsonNode(array), JsonPath::within(path));
 }
 
 QByteArray ComparisonList::listToJson(const std::vector<ComparisonList>& lists)

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "ListPeriod.h"
-#include "Timeframe.h"
+#include "TessaryWire/Timeframe.h"
 
-#include "Tessary/Shell/Json.h"
+#include "TessaryWire/Json.h"
 
 #include <QByteArray>
 #include <QJsonObject>

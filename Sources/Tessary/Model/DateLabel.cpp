@@ -1,6 +1,6 @@
 #include "DateLabel.h"
 
-#include "MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QLocale>
 

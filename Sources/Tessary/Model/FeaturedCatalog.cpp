@@ -1,64 +1,42 @@
 #include "FeaturedCatalog.h"
 
+#include "TessaryWire/QtJsonNode.h"
+
 namespace tessary {
 
-namespace {
-
-template <class Record, class DecodeOne>
-std::vector<Record> decodeArray(JsonFields& fields, QLatin1StringView key, DecodeOne decodeOne)
+bool readFields(
+    JsonReader<QtJsonNode>& reader, const QtJsonNode& node, const JsonPath& at, FeaturedCatalog::Category& out)
 {
-    const QJsonArray array = fields.required<QJsonArray>(key);
-    std::vector<Record> records;
-    records.reserve(array.size());
-    for (qsizetype i = 0; i < array.size() && !fields.failed(); ++i) {
-        const QString path = QStringLiteral("%1[%2]").arg(fields.pathOf(key)).arg(i);
-        if (!array.at(i).isObject()) {
-            fields.fail(path, QStringLiteral("expected an object, found %1").arg(jsonTypeName(array.at(i))));
-            break;
-        }
-        JsonFields element(array.at(i).toObject(), path);
-        Record record = decodeOne(element);
-        if (element.failed())
-            fields.fail(element.error().path, element.error().reason);
-        else
-            records.push_back(std::move(record));
-    }
-    return records;
+    return reader.expect(node, at, JsonKind::object) && reader.required(node, at, "id", out.id)
+        && reader.required(node, at, "label", out.label) && reader.optional(node, at, "order", out.order);
 }
 
-FeaturedCatalog::Category decodeCategory(JsonFields& fields)
+bool readFields(
+    JsonReader<QtJsonNode>& reader, const QtJsonNode& node, const JsonPath& at, FeaturedCatalog::Collection& out)
 {
-    return {fields.required<QString>(QLatin1StringView("id")), fields.required<QString>(QLatin1StringView("label")),
-            fields.optional<int>(QLatin1StringView("order"))};
+    StringArray tickers;
+    if (!reader.expect(node, at, JsonKind::object) || !reader.required(node, at, "id", out.id)
+        || !reader.required(node, at, "name", out.name) || !reader.optional(node, at, "description", out.description)
+        || !reader.optional(node, at, "category", out.category) || !reader.optional(node, at, "emoji", out.emoji)
+        || !reader.required(node, at, "tickers", tickers)
+        || !reader.optional(node, at, "displayOrder", out.displayOrder))
+        return false;
+    out.tickers = std::move(tickers.values);
+    return true;
 }
 
-FeaturedCatalog::Collection decodeCollection(JsonFields& fields)
+bool readFields(JsonReader<QtJsonNode>& reader, const QtJsonNode& node, const JsonPath& at, FeaturedCatalog& out)
 {
-    FeaturedCatalog::Collection collection;
-    collection.id = fields.required<QString>(QLatin1StringView("id"));
-    collection.name = fields.required<QString>(QLatin1StringView("name"));
-    collection.description = fields.optional<QString>(QLatin1StringView("description"));
-    collection.category = fields.optional<QString>(QLatin1StringView("category"));
-    collection.emoji = fields.optional<QString>(QLatin1StringView("emoji"));
-    collection.tickers = fields.required<QStringList>(QLatin1StringView("tickers"));
-    collection.displayOrder = fields.optional<int>(QLatin1StringView("displayOrder"));
-    return collection;
+    return reader.expect(node, at, JsonKind::object) && reader.required(node, at, "categories", out.categories)
+        && reader.required(node, at, "collections", out.collections);
 }
-
-} // namespace
 
 Decoded<FeaturedCatalog> FeaturedCatalog::fromJson(const QByteArray& document)
 {
     auto object = parseJsonObject(document);
     if (!object)
         return std::unexpected(object.error());
-    JsonFields fields(*object, {});
-    FeaturedCatalog catalog;
-    catalog.categories = decodeArray<Category>(fields, QLatin1StringView("categories"), decodeCategory);
-    catalog.collections = decodeArray<Collection>(fields, QLatin1StringView("collections"), decodeCollection);
-    if (fields.failed())
-        return std::unexpected(fields.error());
-    return catalog;
+    return readJson<FeaturedCatalog>(QtJsonNode(*object));
 }
 
 const FeaturedCatalog::Collection* FeaturedCatalog::collection(QStringView id) const

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tessary/Shell/Json.h"
+#include "TessaryWire/Json.h"
 
 #include <QByteArray>
 #include <QString>

@@ -47,8 +47,8 @@ std::optional<ClampedRange> ListPeriod::effectiveRange(const QDateTime& now) con
     if (!rangeStart)
         return std::nullopt;
     if (const Scenario* active = activeScenario())
-        return Scenario::clamp(active->start, active->end, Scenario::maxYears, now);
-    return Scenario::clamp(*rangeStart, rangeEnd, Scenario::maxYears, now);
+        return clampRange(active->start, active->end, maxRangeYears, now);
+    return clampRange(*rangeStart, rangeEnd, maxRangeYears, now);
 }
 
 QString stripParenthesisedSuffix(const QString& label)

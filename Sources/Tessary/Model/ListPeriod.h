@@ -1,7 +1,8 @@
 #pragma once
 
 #include "Scenario.h"
-#include "Timeframe.h"
+#include "TessaryWire/ClampedRange.h"
+#include "TessaryWire/Timeframe.h"
 
 #include <QDateTime>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Timeframe.h"
+#include "TessaryWire/Timeframe.h"
 
 #include <QString>
 

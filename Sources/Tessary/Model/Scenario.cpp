@@ -1,7 +1,5 @@
 #include "Scenario.h"
 
-#include "MarketTime.h"
-
 namespace tessary {
 
 namespace {
@@ -79,31 +77,6 @@ const Scenario* Scenario::find(QStringView id)
             return &scenario;
     }
     return nullptr;
-}
-
-ClampedRange Scenario::clamp(const QString& start, const std::optional<QString>& end, int maxYears,
-                             const QDateTime& now)
-{
-    std::optional<QDate> endDate;
-    if (end)
-        endDate = MarketTime::parseDate(*end);
-    if (!endDate)
-        endDate = MarketTime::dateOf(now);
-
-    ClampedRange range{start, MarketTime::formatDate(*endDate), false};
-    const auto startDate = MarketTime::parseDate(start);
-    if (!startDate)
-        return range;
-
-    // Calendar years, so a leap day end maps onto 28 February in a common year.
-    const QDate earliest = endDate->addYears(-maxYears);
-    if (*startDate < earliest) {
-        range.start = MarketTime::formatDate(earliest);
-        range.truncated = true;
-    } else {
-        range.start = start.left(10);
-    }
-    return range;
 }
 
 size_t qHash(const Scenario& scenario, size_t seed)

@@ -2,7 +2,7 @@
 
 #include "Tessary/Shell/AtomicFile.h"
 
-#include "Tessary/Shell/Json.h"
+#include "TessaryWire/Json.h"
 
 #include <algorithm>
 

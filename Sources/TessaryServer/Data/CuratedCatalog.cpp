@@ -1,11 +1,31 @@
 #include "TessaryServer/Data/CuratedCatalog.h"
 
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+
+#include "TessaryWire/QtJsonNode.h"
 
 namespace tessary::server {
+
+bool readFields(JsonReader<QtJsonNode>& reader, const QtJsonNode& node, const JsonPath& at, CuratedCollection& out)
+{
+    return reader.expect(node, at, JsonKind::object) && reader.required(node, at, "id", out.id)
+        && reader.required(node, at, "name", out.name) && reader.required(node, at, "category", out.category)
+        && reader.required(node, at, "tickers", out.tickers);
+}
+
+namespace {
+
+// The part of the document the server reads itself; the rest is only served.
+struct CuratedDocument {
+    std::vector<CuratedCollection> collections;
+};
+
+bool readFields(JsonReader<QtJsonNode>& reader, const QtJsonNode& node, const JsonPath& at, CuratedDocument& out)
+{
+    return reader.expect(node, at, JsonKind::object) && reader.required(node, at, "collections", out.collections);
+}
+
+} // namespace
 
 QByteArray curatedCatalogDocument()
 {
@@ -21,18 +41,12 @@ QByteArray curatedCatalogDocument()
 const std::vector<CuratedCollection>& curatedCollections()
 {
     static const std::vector<CuratedCollection> collections = [] {
-        std::vector<CuratedCollection> result;
-        const QJsonArray array
-            = QJsonDocument::fromJson(curatedCatalogDocument()).object().value(u"collections").toArray();
-        for (const QJsonValue& value : array) {
-            const QJsonObject object = value.toObject();
-            CuratedCollection collection { object.value(u"id").toString(), object.value(u"name").toString(),
-                object.value(u"category").toString(), {} };
-            for (const QJsonValue& ticker : object.value(u"tickers").toArray())
-                collection.tickers.push_back(ticker.toString());
-            result.push_back(std::move(collection));
-        }
-        return result;
+        const auto object = parseJsonObject(curatedCatalogDocument());
+        auto document = object ? readJson<CuratedDocument>(QtJsonNode(*object)) : std::unexpected(object.error());
+        // The document is compiled in and checked by the tests; a broken one is a broken build.
+        if (!document)
+            qFatal("the curated catalog resource does not read: %s", qPrintable(document.error().description()));
+        return std::move(document->collections);
     }();
     return collections;
 }

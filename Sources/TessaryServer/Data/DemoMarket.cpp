@@ -27,12 +27,15 @@ QDate resolvedLastDay(QDate lastDay)
 // Writes (or continues) every demo symbol's bars through the simulation's last day, inside
 // the caller's transaction. Bars already stored are kept; only later days are added.
 std::expected<DemoReport, DataError> writeSimulation(MarketDatabase::Writer& writer,
-    const demo::MarketSimulation& simulation, int intradaySessions, const ProgressCallback& progress)
+    const demo::MarketSimulation& simulation, int intradaySessions, const ProgressCallback& progress,
+    const std::stop_token& stop)
 {
     DemoReport report;
     report.lastDay = simulation.lastDay();
     const auto& symbols = demo::demoSymbols();
     for (std::size_t i = 0; i < symbols.size(); ++i) {
+        if (stop.stop_requested())
+            return std::unexpected(DataError { QStringLiteral("the demo market's generation was cancelled") });
         const demo::DemoSymbol& symbol = symbols[i];
         if (auto added = writer.upsertSymbol(symbol.info); !added)
             return std::unexpected(added.error());
@@ -75,7 +78,7 @@ std::expected<DemoReport, DataError> runWrite(
 } // namespace
 
 std::expected<DemoReport, DataError> generateDemoMarket(
-    MarketDatabase& database, const DemoOptions& options, const ProgressCallback& progress)
+    MarketDatabase& database, const DemoOptions& options, const ProgressCallback& progress, std::stop_token stop)
 {
     if (!database.isEmpty())
         return std::unexpected(DataError { QStringLiteral("the demo market needs an empty database") });
@@ -94,12 +97,12 @@ std::expected<DemoReport, DataError> generateDemoMarket(
                  std::pair { intradaySessionsKey, QString::number(options.intradaySessions) } })
             if (auto done = writer.setMeta(key(name), value); !done)
                 return std::unexpected(done.error());
-        return writeSimulation(writer, simulation, options.intradaySessions, progress);
+        return writeSimulation(writer, simulation, options.intradaySessions, progress, stop);
     });
 }
 
 std::expected<DemoReport, DataError> extendDemoMarket(
-    MarketDatabase& database, QDate lastDay, const ProgressCallback& progress)
+    MarketDatabase& database, QDate lastDay, const ProgressCallback& progress, std::stop_token stop)
 {
     const auto seed = database.demoSeed();
     const auto lastDemoDate = database.lastDemoDate();
@@ -114,17 +117,17 @@ std::expected<DemoReport, DataError> extendDemoMarket(
         progress(0);
     const demo::MarketSimulation simulation(*seed, firstDay, target);
     return runWrite(database, [&](MarketDatabase::Writer& writer) {
-        return writeSimulation(writer, simulation, intradaySessions, progress);
+        return writeSimulation(writer, simulation, intradaySessions, progress, stop);
     });
 }
 
 std::expected<DemoReport, DataError> prepareMarket(
-    MarketDatabase& database, bool demoEnabled, const ProgressCallback& progress)
+    MarketDatabase& database, bool demoEnabled, const ProgressCallback& progress, std::stop_token stop)
 {
     if (database.isEmpty())
-        return demoEnabled ? generateDemoMarket(database, DemoOptions {}, progress) : DemoReport {};
+        return demoEnabled ? generateDemoMarket(database, DemoOptions {}, progress, std::move(stop)) : DemoReport {};
     if (database.dataSource() == DataSource::simulated && database.demoSeed())
-        return extendDemoMarket(database, {}, progress);
+        return extendDemoMarket(database, {}, progress, std::move(stop));
     return DemoReport {};
 }
 

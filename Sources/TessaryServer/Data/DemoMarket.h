@@ -5,10 +5,11 @@
 
 #include <expected>
 #include <functional>
+#include <stop_token>
 #include <vector>
 
-#include "Tessary/MarketData/WireRecords.h"
 #include "TessaryServer/Data/DataError.h"
+#include "TessaryWire/WireRecords.h"
 
 namespace tessary::server {
 
@@ -36,19 +37,23 @@ struct DemoReport {
 // symbol.
 const std::vector<TickerInfo>& demoUniverse();
 
+// Generating writes one symbol at a time inside one transaction. A stop requested through
+// `stop` is noticed between symbols: the write fails and rolls back, leaving the database as
+// it was, and the next call does the work again.
+
 // Fills an empty database with the simulated market, deterministic for the seed.
-std::expected<DemoReport, DataError> generateDemoMarket(
-    MarketDatabase& database, const DemoOptions& options, const ProgressCallback& progress = {});
+std::expected<DemoReport, DataError> generateDemoMarket(MarketDatabase& database, const DemoOptions& options,
+    const ProgressCallback& progress = {}, std::stop_token stop = {});
 
 // Continues a simulated market from its last demo date up to `lastDay` (invalid: now). The
 // bars are the same as if the market had been generated up to that day in one go.
 std::expected<DemoReport, DataError> extendDemoMarket(
-    MarketDatabase& database, QDate lastDay = {}, const ProgressCallback& progress = {});
+    MarketDatabase& database, QDate lastDay = {}, const ProgressCallback& progress = {}, std::stop_token stop = {});
 
 // What the server does when it opens its store: seed the demo market into an empty database
 // (unless `demoEnabled` is false), or bring a simulated one up to date. Imported data is left
 // alone.
 std::expected<DemoReport, DataError> prepareMarket(
-    MarketDatabase& database, bool demoEnabled, const ProgressCallback& progress = {});
+    MarketDatabase& database, bool demoEnabled, const ProgressCallback& progress = {}, std::stop_token stop = {});
 
 } // namespace tessary::server

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "Tessary/MarketData/WireRecords.h"
+#include "TessaryWire/WireRecords.h"
 
 namespace tessary::server::demo {
 

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-#include <optional>
+#include <expected>
 
 namespace tessary::server {
 
@@ -11,7 +11,7 @@ class MarketDatabase;
 
 // What an import did. `problems` are one line each ("AAPL.csv:17: unreadable close \"n/a\"")
 // for rows that were skipped; `notes` say what was assumed ("X.csv: no adjusted close column,
-// using the close"). When `error` is set nothing was imported at all.
+// using the close").
 struct ImportReport {
     int files = 0;
     int symbols = 0;
@@ -19,20 +19,34 @@ struct ImportReport {
     qint64 skippedRows = 0;
     QStringList problems;
     QStringList notes;
-    std::optional<QString> error;
 
-    bool succeeded() const { return !error.has_value(); }
-    // The notes, problems, then a summary or the error: what a command line prints.
+    // The notes, the problems, then a summary: what a command line prints.
     QStringList lines() const;
 };
+
+// Why nothing was imported at all ("X.csv: no usable price rows"), with the notes and
+// problems seen before the import stopped.
+struct ImportError {
+    QString reason;
+    QStringList problems;
+    QStringList notes;
+
+    static ImportError after(const ImportReport& report, QString reason);
+    // "import failed, nothing was imported: " and the reason.
+    QString description() const;
+    // The notes, the problems, then the description.
+    QStringList lines() const;
+};
+
+using ImportResult = std::expected<ImportReport, ImportError>;
 
 // Imports per-symbol daily price CSV files; a path may be a file or a directory of `*.csv`
 // files. The whole import is one transaction. The first real prices replace the simulated
 // market's bars (its symbols and their metadata stay) and mark the data as imported.
-ImportReport importPrices(MarketDatabase& database, const QStringList& paths);
+ImportResult importPrices(MarketDatabase& database, const QStringList& paths);
 
 // Imports symbol metadata (name, sector, industry, exchange, kind, market cap) from a CSV
 // file with a header row; existing symbols are updated, new ones added.
-ImportReport importUniverse(MarketDatabase& database, const QString& file);
+ImportResult importUniverse(MarketDatabase& database, const QString& file);
 
 } // namespace tessary::server

@@ -55,7 +55,7 @@ MarketDatabase::~MarketDatabase()
 void MarketDatabase::reload()
 {
     std::lock_guard lock(m_mutex);
-    m_universe.clear();
+    auto universe = std::make_shared<Universe>();
     m_ids.clear();
     m_meta.clear();
     m_daily.clear();
@@ -75,10 +75,12 @@ void MarketDatabase::reload()
             info.industry = symbols->optionalText(7);
             info.exchange = symbols->optionalText(8);
             m_ids.insert(info.symbol, symbols->integer(0));
-            m_universe.push_back(std::move(info));
+            universe->push_back(std::move(info));
         }
     }
-    std::ranges::sort(m_universe, {}, &TickerInfo::symbol);
+    std::ranges::sort(*universe, {}, &TickerInfo::symbol);
+    // Handlers on the server's thread may still hold the old snapshot; it stays theirs.
+    m_universe = std::move(universe);
     if (auto meta = Statement::prepare(m_connection, "SELECT key, value FROM meta")) {
         while (meta->next())
             m_meta.insert(meta->text(0), meta->text(1));
@@ -97,16 +99,20 @@ void MarketDatabase::reload()
     }
 }
 
-const std::vector<TickerInfo>& MarketDatabase::universe() const
+std::shared_ptr<const Universe> MarketDatabase::universe() const
 {
+    std::lock_guard lock(m_mutex);
     return m_universe;
 }
 
-const TickerInfo* MarketDatabase::find(QStringView symbol) const
+std::optional<TickerInfo> MarketDatabase::find(QStringView symbol) const
 {
+    const auto snapshot = universe();
     const auto found = std::ranges::lower_bound(
-        m_universe, symbol, {}, [](const TickerInfo& info) { return QStringView(info.symbol); });
-    return found != m_universe.end() && found->symbol == symbol ? &*found : nullptr;
+        *snapshot, symbol, {}, [](const TickerInfo& info) { return QStringView(info.symbol); });
+    if (found == snapshot->end() || found->symbol != symbol)
+        return std::nullopt;
+    return *found;
 }
 
 std::shared_ptr<const DailyHistory> MarketDatabase::dailyBars(const QString& symbol) const
@@ -147,6 +153,7 @@ std::shared_ptr<const IntradayHistory> MarketDatabase::intradayBars(const QStrin
 
 std::optional<QDate> MarketDatabase::lastMarketDate() const
 {
+    std::lock_guard lock(m_mutex);
     return m_lastMarketDate;
 }
 

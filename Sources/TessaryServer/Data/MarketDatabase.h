@@ -41,15 +41,15 @@ public:
 
     QString filePath() const { return m_path; }
 
-    const std::vector<TickerInfo>& universe() const override;
-    const TickerInfo* find(QStringView symbol) const override;
+    std::shared_ptr<const Universe> universe() const override;
+    std::optional<TickerInfo> find(QStringView symbol) const override;
     std::shared_ptr<const DailyHistory> dailyBars(const QString& symbol) const override;
     std::shared_ptr<const IntradayHistory> intradayBars(const QString& symbol) const override;
     std::optional<QDate> lastMarketDate() const override;
     DataSource dataSource() const override;
 
     // No symbol at all: a fresh database the demo market may seed.
-    bool isEmpty() const { return m_universe.empty(); }
+    bool isEmpty() const { return universe()->empty(); }
     std::optional<QString> metaValue(const QString& key) const;
     std::optional<quint64> demoSeed() const;
     std::optional<QDate> lastDemoDate() const;
@@ -97,7 +97,7 @@ private:
     sqlite3* m_connection = nullptr;
     QString m_path;
     mutable std::recursive_mutex m_mutex;
-    std::vector<TickerInfo> m_universe;
+    std::shared_ptr<const Universe> m_universe = std::make_shared<const Universe>();
     QHash<QString, qint64> m_ids;
     QHash<QString, QString> m_meta;
     std::optional<QDate> m_lastMarketDate;

@@ -53,27 +53,29 @@ struct ParsedRow {
     qsizetype line = 0;
 };
 
-// Reads one price file into `table`. Returns an error for a file that cannot be used at all;
-// row-level trouble becomes problems and the row is skipped.
-std::optional<QString> readPriceFile(const QString& path, PriceTable& table, ImportReport& report)
+// Reads one price file into `table`. Fails for a file that cannot be used at all; row-level
+// trouble becomes problems and the row is skipped.
+std::expected<void, ImportError> readPriceFile(const QString& path, PriceTable& table, ImportReport& report)
 {
+    const auto failure
+        = [&report](const QString& reason) { return std::unexpected(ImportError::after(report, reason)); };
     const QString name = QFileInfo(path).fileName();
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return QStringLiteral("%1: cannot read: %2").arg(path, file.errorString());
+        return failure(QStringLiteral("%1: cannot read: %2").arg(path, file.errorString()));
     CsvReader reader(&file);
     const QString& headerLine = reader.headerLine();
     const PriceColumns columns = priceColumns(reader.header());
     if (columns.date < 0 || columns.close < 0)
-        return QStringLiteral("%1: unknown layout (header \"%2\"); expected a date or timestamp column and a "
-                              "close column, with an optional adjusted close")
-            .arg(name, headerLine.trimmed().left(120));
+        return failure(QStringLiteral("%1: unknown layout (header \"%2\"); expected a date or timestamp column and "
+                                      "a close column, with an optional adjusted close")
+                           .arg(name, headerLine.trimmed().left(120)));
     if (columns.adjusted < 0)
         report.notes.push_back(QStringLiteral("%1: no adjusted close column, using the close").arg(name));
 
     const QString fileSymbol = QFileInfo(path).completeBaseName().trimmed().toUpper();
     if (columns.symbol < 0 && !isValidSymbol(fileSymbol))
-        return QStringLiteral("%1: the file name is not a ticker symbol").arg(name);
+        return failure(QStringLiteral("%1: the file name is not a ticker symbol").arg(name));
 
     std::map<QString, std::vector<ParsedRow>> rows;
     const qsizetype needed = std::max({ columns.date, columns.close, columns.adjusted, columns.symbol }) + 1;
@@ -110,14 +112,14 @@ std::optional<QString> readPriceFile(const QString& path, PriceTable& table, Imp
         rows[symbol].push_back(ParsedRow { DailyBar { date, *close, *adjusted }, reader.lineNumber() });
     }
     if (rows.empty())
-        return QStringLiteral("%1: no usable price rows").arg(name);
+        return failure(QStringLiteral("%1: no usable price rows").arg(name));
 
     for (auto& [symbol, parsed] : rows) {
         // Some vendors write newest first; a stable sort keeps the first of two equal dates.
         std::ranges::stable_sort(parsed, {}, [](const ParsedRow& row) { return row.bar.date; });
         std::vector<DailyBar>& bars = table[symbol];
         if (!bars.empty())
-            return QStringLiteral("%1: prices for %2 were already read from another file").arg(name, symbol);
+            return failure(QStringLiteral("%1: prices for %2 were already read from another file").arg(name, symbol));
         for (qsizetype i = 0; i < std::ssize(parsed); ++i) {
             if (i > 0 && parsed[i].bar.date == parsed[i - 1].bar.date) {
                 report.problems.push_back(QStringLiteral("%1:%2: duplicate date %3, skipped")
@@ -130,11 +132,11 @@ std::optional<QString> readPriceFile(const QString& path, PriceTable& table, Imp
             bars.push_back(parsed[i].bar);
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 // The files named by the paths: files as given, directories by their *.csv files.
-std::expected<QStringList, QString> priceFiles(const QStringList& paths)
+std::expected<QStringList, ImportError> priceFiles(const QStringList& paths)
 {
     QStringList files;
     for (const QString& path : paths) {
@@ -144,17 +146,18 @@ std::expected<QStringList, QString> priceFiles(const QStringList& paths)
             const QStringList names
                 = dir.entryList({ QStringLiteral("*.csv"), QStringLiteral("*.CSV") }, QDir::Files, QDir::Name);
             if (names.isEmpty())
-                return std::unexpected(QStringLiteral("%1: no .csv files in this directory").arg(path));
+                return std::unexpected(
+                    ImportError { QStringLiteral("%1: no .csv files in this directory").arg(path), {}, {} });
             for (const QString& name : names)
                 files.push_back(dir.filePath(name));
         } else if (info.exists()) {
             files.push_back(path);
         } else {
-            return std::unexpected(QStringLiteral("%1: no such file or directory").arg(path));
+            return std::unexpected(ImportError { QStringLiteral("%1: no such file or directory").arg(path), {}, {} });
         }
     }
     if (files.isEmpty())
-        return std::unexpected(QStringLiteral("no price files given"));
+        return std::unexpected(ImportError { QStringLiteral("no price files given"), {}, {} });
     return files;
 }
 
@@ -162,32 +165,39 @@ std::expected<QStringList, QString> priceFiles(const QStringList& paths)
 
 QStringList ImportReport::lines() const
 {
-    QStringList all = notes + problems;
-    if (error)
-        all.push_back(QStringLiteral("import failed, nothing was imported: %1").arg(*error));
-    else
-        all.push_back(QStringLiteral("imported %1 rows for %2 symbols from %3 files (%4 rows skipped)")
-                          .arg(rows)
-                          .arg(symbols)
-                          .arg(files)
-                          .arg(skippedRows));
-    return all;
+    return notes + problems
+        + QStringList { QStringLiteral("imported %1 rows for %2 symbols from %3 files (%4 rows skipped)")
+                            .arg(rows)
+                            .arg(symbols)
+                            .arg(files)
+                            .arg(skippedRows) };
 }
 
-ImportReport importPrices(MarketDatabase& database, const QStringList& paths)
+ImportError ImportError::after(const ImportReport& report, QString reason)
+{
+    return ImportError { std::move(reason), report.problems, report.notes };
+}
+
+QString ImportError::description() const
+{
+    return QStringLiteral("import failed, nothing was imported: %1").arg(reason);
+}
+
+QStringList ImportError::lines() const
+{
+    return notes + problems + QStringList { description() };
+}
+
+ImportResult importPrices(MarketDatabase& database, const QStringList& paths)
 {
     ImportReport report;
     const auto files = priceFiles(paths);
-    if (!files) {
-        report.error = files.error();
-        return report;
-    }
+    if (!files)
+        return std::unexpected(files.error());
     PriceTable table;
     for (const QString& file : *files) {
-        if (auto failed = readPriceFile(file, table, report)) {
-            report.error = *failed;
-            return report;
-        }
+        if (auto read = readPriceFile(file, table, report); !read)
+            return std::unexpected(std::move(read.error()));
         ++report.files;
     }
 
@@ -208,10 +218,8 @@ ImportReport importPrices(MarketDatabase& database, const QStringList& paths)
         }
         return writer.setMeta(QString::fromLatin1(MarketDatabase::dataSourceKey), QStringLiteral("imported"));
     });
-    if (!written) {
-        report.error = written.error().description();
-        return report;
-    }
+    if (!written)
+        return std::unexpected(ImportError::after(report, written.error().description()));
     if (replacesSimulation)
         report.notes.push_back(QStringLiteral("the simulated prices were removed; the data is now imported"));
     report.symbols = static_cast<int>(table.size());

@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "Tessary/MarketData/WireRecords.h"
 #include "TessaryServer/Data/CuratedCatalog.h"
+#include "TessaryWire/WireRecords.h"
 
 namespace tessary::server {
 

@@ -67,15 +67,14 @@ std::optional<QString> nonEmpty(const QString& text)
 
 } // namespace
 
-ImportReport importUniverse(MarketDatabase& database, const QString& path)
+ImportResult importUniverse(MarketDatabase& database, const QString& path)
 {
     ImportReport report;
     const QString name = QFileInfo(path).fileName();
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        report.error = QStringLiteral("%1: cannot read: %2").arg(path, file.errorString());
-        return report;
-    }
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return std::unexpected(
+            ImportError::after(report, QStringLiteral("%1: cannot read: %2").arg(path, file.errorString())));
     CsvReader reader(&file);
     const QString& headerLine = reader.headerLine();
     std::vector<std::pair<qsizetype, Field>> columns;
@@ -90,9 +89,9 @@ ImportReport importUniverse(MarketDatabase& database, const QString& path)
         hasSymbol = hasSymbol || *field == Field::symbol;
     }
     if (!hasSymbol) {
-        report.error = QStringLiteral("%1: unknown layout (header \"%2\"); expected a Symbol or Ticker column")
-                           .arg(name, headerLine.trimmed().left(120));
-        return report;
+        return std::unexpected(ImportError::after(report,
+            QStringLiteral("%1: unknown layout (header \"%2\"); expected a Symbol or Ticker column")
+                .arg(name, headerLine.trimmed().left(120))));
     }
 
     std::vector<TickerInfo> infos;
@@ -157,20 +156,16 @@ ImportReport importUniverse(MarketDatabase& database, const QString& path)
         seen.insert(info.symbol);
         infos.push_back(std::move(info));
     }
-    if (infos.empty()) {
-        report.error = QStringLiteral("%1: no usable rows").arg(name);
-        return report;
-    }
+    if (infos.empty())
+        return std::unexpected(ImportError::after(report, QStringLiteral("%1: no usable rows").arg(name)));
     auto written = database.write([&](MarketDatabase::Writer& writer) -> std::expected<void, DataError> {
         for (const TickerInfo& info : infos)
             if (auto done = writer.upsertSymbol(info); !done)
                 return done;
         return {};
     });
-    if (!written) {
-        report.error = written.error().description();
-        return report;
-    }
+    if (!written)
+        return std::unexpected(ImportError::after(report, written.error().description()));
     report.files = 1;
     report.symbols = static_cast<int>(infos.size());
     report.rows = std::ssize(infos);

@@ -1,7 +1,7 @@
 #include "Metrics.h"
 
-#include "Tessary/Model/MarketTime.h"
-#include "Tessary/Model/Timeframe.h"
+#include "TessaryWire/MarketTime.h"
+#include "TessaryWire/Timeframe.h"
 #include "WindowRules.h"
 
 #include <QDateTime>

@@ -1,7 +1,7 @@
 #include "PriceEngine.h"
 
 #include "Metrics.h"
-#include "Tessary/Model/MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <algorithm>
 #include <span>
@@ -117,7 +117,7 @@ std::expected<PricesResponse, UnknownTickerError> computePrices(const MarketRead
     response.series.reserve(static_cast<std::size_t>(query.tickers.size()));
     response.rankings.reserve(static_cast<std::size_t>(query.tickers.size()));
     for (const QString& symbol : query.tickers) {
-        const TickerInfo* info = market.find(symbol);
+        const auto info = market.find(symbol);
         if (!info) {
             if (!query.skipUnknown)
                 return std::unexpected(UnknownTickerError { symbol });

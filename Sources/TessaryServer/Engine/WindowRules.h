@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Tessary/Model/Timeframe.h"
 #include "TessaryServer/MarketReader.h"
+#include "TessaryWire/Timeframe.h"
 
 #include <QDate>
 

@@ -54,12 +54,16 @@ HttpTransport::HttpTransport(Handler handler, QObject* parent)
 {
 }
 
-std::expected<quint16, QString> HttpTransport::start(const QHostAddress& address, quint16 port)
+QString ListenError::description() const
+{
+    return QStringLiteral("cannot listen on %1:%2").arg(address).arg(port);
+}
+
+std::expected<quint16, ListenError> HttpTransport::start(const QHostAddress& address, quint16 port)
 {
     const quint16 bound = listen(address, port);
-    if (bound == 0) {
-        return std::unexpected(QStringLiteral("cannot listen on %1:%2").arg(address.toString()).arg(port));
-    }
+    if (bound == 0)
+        return std::unexpected(ListenError { address.toString(), port });
     return bound;
 }
 

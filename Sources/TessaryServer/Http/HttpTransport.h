@@ -10,6 +10,14 @@
 
 namespace tessary::server {
 
+// The address and port could not be bound: in use, not this machine's, or not allowed.
+struct ListenError {
+    QString address;
+    quint16 port = 0;
+
+    QString description() const;
+};
+
 // Moves bytes between sockets and a pure handler: every request, whatever its path, is
 // turned into an HttpRequest and answered with the handler's HttpResponse.
 class HttpTransport : public QAbstractHttpServer {
@@ -21,7 +29,7 @@ public:
     explicit HttpTransport(Handler handler, QObject* parent = nullptr);
 
     // Binds and listens; port 0 picks a free one. Returns the port actually bound.
-    std::expected<quint16, QString> start(const QHostAddress& address, quint16 port);
+    std::expected<quint16, ListenError> start(const QHostAddress& address, quint16 port);
 
     // "127.0.0.1", "::1", "0.0.0.0" or "localhost"; anything else is not an address.
     static std::optional<QHostAddress> parseHost(const QString& host);

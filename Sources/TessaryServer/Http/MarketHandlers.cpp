@@ -1,10 +1,10 @@
 #include "MarketHandlers.h"
 
 #include "RequestParsing.h"
-#include "Tessary/Model/MarketTime.h"
 #include "TessaryServer/Data/CuratedCatalog.h"
 #include "TessaryServer/Data/RelatedTickers.h"
 #include "TessaryServer/Engine/PriceEngine.h"
+#include "TessaryWire/MarketTime.h"
 #include "WireEncoding.h"
 
 namespace tessary::server {
@@ -32,7 +32,7 @@ HttpResponse MarketHandlers::handle(const HttpRequest& request) const
 
 HttpResponse MarketHandlers::tickers() const
 {
-    return HttpResponse::json(encodeTickersResponse(tickersResponse(m_market.universe(), m_market.dataSource())));
+    return HttpResponse::json(encodeTickersResponse(tickersResponse(*m_market.universe(), m_market.dataSource())));
 }
 
 HttpResponse MarketHandlers::prices(const HttpRequest& request) const
@@ -52,8 +52,9 @@ HttpResponse MarketHandlers::related(const HttpRequest& request) const
     const auto query = parseRelatedQuery(request);
     if (!query)
         return HttpResponse::error(400, query.error().description());
+    const auto universe = m_market.universe();
     return HttpResponse::json(
-        encodeRelatedResponse(relatedTickers(m_market.universe(), curatedCollections(), query->tickers, query->limit)));
+        encodeRelatedResponse(relatedTickers(*universe, curatedCollections(), query->tickers, query->limit)));
 }
 
 HttpResponse MarketHandlers::collections() const

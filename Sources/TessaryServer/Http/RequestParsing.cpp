@@ -1,6 +1,6 @@
 #include "RequestParsing.h"
 
-#include "Tessary/Model/MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 namespace tessary::server {
 

@@ -41,6 +41,7 @@ void ServerEngine::stop()
 {
     if (!m_worker)
         return;
+    m_worker->cancel();
     QMetaObject::invokeMethod(m_worker, &ServerWorker::shutdown, Qt::QueuedConnection);
     m_thread.wait();
     // The thread has ended and the worker owns nothing anymore; signals it queued to us
@@ -59,10 +60,6 @@ void ServerEngine::onListening(const QString& host, quint16 port)
     m_url = url;
     Q_EMIT started(url);
 }
-
-} // namespace tessary::server
-
-namespace tessary::server {
 
 void ServerEngine::onFailed(const QString& message)
 {

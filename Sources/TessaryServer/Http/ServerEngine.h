@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TessaryServer/Data/DataError.h"
 #include "TessaryServer/MarketReader.h"
 
 #include <QObject>
@@ -20,7 +21,7 @@ class ServerWorker;
 using MarketProgress = std::function<void(double fraction)>;
 // Opens the market the service reads. It runs on the service's own thread, may take long
 // (a fresh demo market is generated first) and reports its progress.
-using MarketOpener = std::function<std::expected<std::unique_ptr<MarketReader>, QString>(const MarketProgress&)>;
+using MarketOpener = std::function<std::expected<std::unique_ptr<MarketReader>, DataError>(const MarketProgress&)>;
 
 struct ServerOptions {
     QString host = QStringLiteral("127.0.0.1");
@@ -51,7 +52,8 @@ public:
 
     void start(const ServerOptions& options);
     // Closes the listening socket and the store, and waits for the thread to end. Called
-    // while the market is still being prepared, it waits for that step to finish first.
+    // while a demo market is being generated, it cancels the generation, which rolls back and
+    // is done again by the next start.
     void stop();
 
     bool isRunning() const { return m_thread.isRunning(); }

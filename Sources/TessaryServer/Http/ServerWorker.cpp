@@ -16,14 +16,14 @@ ServerWorker::ServerWorker(ServerOptions options)
 
 ServerWorker::~ServerWorker() = default;
 
-std::expected<std::unique_ptr<MarketReader>, QString> ServerWorker::openDatabase(const MarketProgress& progress) const
+std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDatabase(const MarketProgress& progress) const
 {
     const QString directory = m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory;
     auto database = MarketDatabase::open(directory);
     if (!database)
-        return std::unexpected(database.error().description());
-    if (const auto prepared = prepareMarket(**database, m_options.demo, progress); !prepared)
-        return std::unexpected(prepared.error().description());
+        return std::unexpected(database.error());
+    if (auto prepared = prepareMarket(**database, m_options.demo, progress, m_stop.get_token()); !prepared)
+        return std::unexpected(prepared.error());
     return std::unique_ptr<MarketReader>(std::move(*database));
 }
 
@@ -50,8 +50,11 @@ void ServerWorker::run()
     const MarketProgress report
         = [this](double fraction) { Q_EMIT progress(fraction, QStringLiteral("Preparing the market data")); };
     auto market = m_options.openMarket ? m_options.openMarket(report) : openDatabase(report);
+    // Stopped while the market was prepared: the engine is waiting for the thread, not for news.
+    if (m_stop.stop_requested())
+        return;
     if (!market) {
-        Q_EMIT failed(market.error());
+        Q_EMIT failed(market.error().description());
         return;
     }
     m_market = std::move(*market);
@@ -70,7 +73,7 @@ void ServerWorker::run()
         });
     const auto port = m_transport->start(*address, m_options.port);
     if (!port) {
-        Q_EMIT failed(port.error());
+        Q_EMIT failed(port.error().description());
         return;
     }
     Q_EMIT progress(1, QStringLiteral("Listening"));

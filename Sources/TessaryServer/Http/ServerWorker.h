@@ -6,6 +6,7 @@
 #include <QObject>
 
 #include <memory>
+#include <stop_token>
 
 namespace tessary::server {
 
@@ -23,10 +24,14 @@ public:
     explicit ServerWorker(ServerOptions options);
     ~ServerWorker() override;
 
-    // Opens the market, then listens. Ends with `listening` or `failed`.
+    // Opens the market, then listens. Ends with `listening` or `failed`, or with neither when
+    // it was cancelled.
     void run();
     // Deletes the server and the market, then ends the thread's event loop.
     void shutdown();
+    // Asks a running `run` to give up at its next check. The one method safe to call from
+    // another thread.
+    void cancel() { m_stop.request_stop(); }
 
 Q_SIGNALS:
     void progress(double fraction, const QString& stage);
@@ -34,10 +39,11 @@ Q_SIGNALS:
     void failed(const QString& message);
 
 private:
-    std::expected<std::unique_ptr<MarketReader>, QString> openDatabase(const MarketProgress& progress) const;
+    std::expected<std::unique_ptr<MarketReader>, DataError> openDatabase(const MarketProgress& progress) const;
     std::expected<std::unique_ptr<Accounts>, DataError> openAccounts() const;
 
     ServerOptions m_options;
+    std::stop_source m_stop;
     std::unique_ptr<MarketReader> m_market;
     std::unique_ptr<MarketHandlers> m_handlers;
     std::unique_ptr<Accounts> m_accounts;

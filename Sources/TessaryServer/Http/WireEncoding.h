@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Tessary/MarketData/WireRecords.h"
 #include "TessaryServer/MarketReader.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QByteArray>
 #include <QString>

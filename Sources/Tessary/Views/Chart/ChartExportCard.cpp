@@ -13,7 +13,7 @@
 #include "Tessary/Model/Palette.h"
 #include "EndLabels.h"
 #include "Tessary/Model/DateLabel.h"
-#include "Tessary/Model/MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 namespace tessary {
 

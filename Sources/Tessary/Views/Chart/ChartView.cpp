@@ -11,8 +11,8 @@
 #include "ChartPainter.h"
 #include "ChartScale.h"
 #include "Tessary/Model/DateLabel.h"
-#include "Tessary/Model/MarketTime.h"
 #include "Tessary/Model/Palette.h"
+#include "TessaryWire/MarketTime.h"
 
 namespace tessary {
 

@@ -10,7 +10,7 @@
 
 #include "ChartScale.h"
 #include "Tessary/Model/Comparison.h"
-#include "Tessary/Model/MarketTime.h"
+#include "TessaryWire/MarketTime.h"
 
 namespace tessary {
 

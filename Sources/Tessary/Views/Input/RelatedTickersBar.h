@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Tessary/MarketData/Cancellation.h"
-#include "Tessary/MarketData/WireRecords.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QCoroTask>
 #include <QList>

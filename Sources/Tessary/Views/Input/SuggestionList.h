@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tessary/MarketData/WireRecords.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QWidget>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Tessary/MarketData/WireRecords.h"
 #include "Tessary/Store/Store.h"
+#include "TessaryWire/WireRecords.h"
 
 #include <QWidget>
 

@@ -1,8 +1,8 @@
 #include "ChartArea.h"
 
 #include "Tessary/Model/DateLabel.h"
-#include "Tessary/Model/MarketTime.h"
 #include "Tessary/Store/Store.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QLabel>
 #include <QProgressBar>

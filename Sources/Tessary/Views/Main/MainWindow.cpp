@@ -13,8 +13,8 @@
 #include "Tessary/Views/Rankings/RankingsPanel.h"
 
 #include "Tessary/Model/DateLabel.h"
-#include "Tessary/Model/MarketTime.h"
 #include "Tessary/Store/Store.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QAction>
 #include <QApplication>

@@ -1,7 +1,7 @@
 #include "PeriodBar.h"
 
-#include "Tessary/Model/MarketTime.h"
 #include "Tessary/Store/Store.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Tessary/Model/Comparison.h"
-#include "Tessary/Model/Timeframe.h"
+#include "TessaryWire/Timeframe.h"
 
 #include <optional>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tessary/Model/Timeframe.h"
+#include "TessaryWire/Timeframe.h"
 
 #include <QWidget>
 

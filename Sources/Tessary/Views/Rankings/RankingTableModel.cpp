@@ -1,8 +1,8 @@
 #include "RankingTableModel.h"
 
 #include "Tessary/Model/Format.h"
-#include "Tessary/Model/MarketTime.h"
 #include "Tessary/Model/Palette.h"
+#include "TessaryWire/MarketTime.h"
 
 namespace tessary {
 

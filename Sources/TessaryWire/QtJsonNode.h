@@ -1,6 +1,6 @@
 #pragma once
 
-#include "WireReader.h"
+#include "JsonReader.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -10,7 +10,7 @@
 
 namespace tessary {
 
-// The reader's view of a Qt JSON value. Private to the module.
+// The reader's view of a Qt JSON value.
 class QtJsonNode {
 public:
     explicit QtJsonNode(QJsonValue value)

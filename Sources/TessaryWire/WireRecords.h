@@ -3,7 +3,7 @@
 // The records of the market-data service's JSON bodies. The app decodes them and the
 // companion server encodes them, so both sides include this one header.
 
-#include "Tessary/Shell/Json.h"
+#include "Json.h"
 
 #include <QByteArray>
 #include <QDateTime>

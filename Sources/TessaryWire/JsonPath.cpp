@@ -4,7 +4,7 @@ namespace tessary {
 
 QString JsonPath::text() const
 {
-    QString prefix = parent ? parent->text() : QString();
+    QString prefix = parent ? parent->text() : root ? *root : QString();
     if (key)
         return prefix.isEmpty() ? QString::fromLatin1(key) : prefix + u'.' + QLatin1StringView(key);
     if (index >= 0)

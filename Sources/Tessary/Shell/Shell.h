@@ -1,4 +1,0 @@
-#pragma once
-
-// The application shell: shared JSON reading and writing, configuration.
-#include "Json.h"
