@@ -1,6 +1,6 @@
 #include "APIClient.h"
 
-#include "TickerUniverse.h"
+#include "TickerInfos.h"
 #include "WireDecoding.h"
 
 #include <QCoreApplication>

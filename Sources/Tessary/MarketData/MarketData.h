@@ -8,5 +8,5 @@
 #include "MarketDataError.h"
 #include "TessaryWire/Freshness.h"
 #include "TessaryWire/WireRecords.h"
-#include "TickerUniverse.h"
+#include "TickerInfos.h"
 #include "WireDecoding.h"

@@ -1,4 +1,4 @@
-#include "TickerUniverse.h"
+#include "TickerInfos.h"
 
 namespace tessary {
 
