@@ -174,7 +174,7 @@ void WidgetManager::openInApp(const SidebarItem& item)
 
 void WidgetManager::followFeatureFlag()
 {
-    const bool on = m_flags.isEnabled(Feature::floatingWidget);
+    const bool on = m_flags.isEnabled(m_options.feature);
     if (on == m_enabled)
         return;
     m_enabled = on;

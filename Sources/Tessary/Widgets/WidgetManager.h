@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tessary/Model/Timeframe.h"
+#include "Tessary/Shell/FeatureFlags.h"
 #include "Tessary/Store/SidebarItem.h"
 
 #include <QByteArray>
@@ -45,6 +46,9 @@ public:
         bool saves = true; // false in snapshot mode: nothing is written
         std::chrono::milliseconds refreshInterval = std::chrono::minutes(5);
         bool grabHotKey = true;
+        // The flag that switches the widgets on and off; another one only in tests, since
+        // this one is released to everybody and cannot be turned off.
+        Feature feature = Feature::floatingWidget;
     };
 
     WidgetManager(Store& store, FeatureFlags& flags, Options options, QObject* parent = nullptr);

@@ -61,7 +61,6 @@ WidgetPanel::WidgetPanel(WidgetModel* model, Store& store, WidgetManager& manage
 {
     setObjectName(QStringLiteral("floatingWidget"));
     setWindowTitle(QStringLiteral("Tessary Widget"));
-    setAttribute(Qt::WA_TranslucentBackground);
     setMinimumSize(minimumPanelSize);
     m_model->setParent(this);
 
