@@ -7,14 +7,19 @@
 #include "Tessary/App/ServiceLauncher.h"
 #include "Tessary/Model/Palette.h"
 #include "Tessary/Shell/Environment.h"
+#include "Tessary/Shell/FeatureFlags.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartExportCard.h"
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/ChartExportControl.h"
 #include "Tessary/Views/Main/MainWindow.h"
+#include "Tessary/Widgets/InstanceChannel.h"
+#include "Tessary/Widgets/WidgetManager.h"
+#include "Tessary/Widgets/WidgetPanel.h"
 #include "TessaryWire/BuildInfo.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTimer>
@@ -112,6 +117,52 @@ void applyAppearance(const Environment& environment)
     QApplication::setPalette(dark);
 }
 
+// The app ends when its window closes with no floating widget open, or when the last widget
+// closes with the window already gone: widgets keep prices on screen without the window.
+class EndWhenNothingIsOpen : public QObject {
+public:
+    EndWhenNothingIsOpen(MainWindow& window, WidgetManager& widgets)
+        : QObject(&window)
+        , m_window(window)
+        , m_widgets(widgets)
+    {
+        window.installEventFilter(this);
+        connect(&widgets, &WidgetManager::panelsChanged, this, &EndWhenNothingIsOpen::check);
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (watched == &m_window && event->type() == QEvent::Close)
+            QTimer::singleShot(0, this, &EndWhenNothingIsOpen::check);
+        return false;
+    }
+
+private:
+    void check()
+    {
+        if (!m_window.isVisible() && m_widgets.panels().empty())
+            QCoreApplication::quit();
+    }
+
+    MainWindow& m_window;
+    WidgetManager& m_widgets;
+};
+
+void connectWidgets(MainWindow& window, WidgetManager& widgets, InstanceChannel& channel)
+{
+    QObject::connect(window.newWidgetAction(), &QAction::triggered, &widgets, qOverload<>(&WidgetManager::newWidget));
+    QObject::connect(window.showWidgetsAction(), &QAction::triggered, &widgets, &WidgetManager::bringToFront);
+    QObject::connect(&channel, &InstanceChannel::showWidgetsRequested, &widgets, &WidgetManager::bringToFront);
+    QObject::connect(&widgets, &WidgetManager::openInAppRequested, &window, [&window] {
+        window.show();
+        window.raise();
+        window.activateWindow();
+    });
+    QObject::connect(&widgets, &WidgetManager::hotKeyNoticeChanged, &window, &MainWindow::setHotKeyNotice);
+    new EndWhenNothingIsOpen(window, widgets);
+}
+
 int runWindow(int argc, char** argv)
 {
     QApplication app(argc, argv);
@@ -128,7 +179,15 @@ int runWindow(int argc, char** argv)
     if (environment->added)
         added = environment->added->split(QRegularExpression(QStringLiteral("[,\\s]+")), Qt::SkipEmptyParts);
     Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, added, nullptr });
+    FeatureFlags::install(std::make_unique<FeatureFlags>(
+        FeatureFlags::Options { QStringLiteral(TESSARY_APP_ID), environment->beta, environment->internal, nullptr }));
     MainWindow window(store, *environment);
+    QApplication::setQuitOnLastWindowClosed(false);
+    // Snapshot mode shows windows for a picture: nothing it does to the widgets is kept.
+    WidgetManager widgets(store, FeatureFlags::shared(), WidgetManager::Options { !environment->snapshot });
+    InstanceChannel channel;
+    channel.listen();
+    connectWidgets(window, widgets, channel);
     ServiceLauncher launcher(store, *environment);
     QObject::connect(&launcher, &ServiceLauncher::progress, window.chartArea(), &ChartArea::setServiceProgress);
     QObject::connect(&launcher, &ServiceLauncher::failed, window.chartArea(), &ChartArea::setServiceFailure);
@@ -137,6 +196,10 @@ int runWindow(int argc, char** argv)
     if (environment->exportPath)
         armExport(window, store, *environment->exportPath);
     window.show();
+    widgets.followFeatureFlag();
+    window.setHotKeyNotice(widgets.hotKeyNotice());
+    if (environment->widget)
+        QTimer::singleShot(0, &widgets, [&widgets] { widgets.newWidget(); });
     launcher.start();
     return QApplication::exec();
 }
@@ -178,6 +241,14 @@ int main(int argc, char** argv)
         QCoreApplication app(argc, argv);
         describeApplication();
         return runAccountCommand(QCoreApplication::arguments().mid(2));
+    }
+    if (argc > 1 && qstrcmp(argv[1], "--show-widgets") == 0) {
+        QCoreApplication app(argc, argv);
+        describeApplication();
+        const auto sent = InstanceChannel::sendShowWidgets();
+        if (!sent)
+            std::fprintf(stderr, "tessary: %s\n", qPrintable(sent.error()));
+        return sent ? 0 : 1;
     }
     return runWindow(argc, argv);
 }

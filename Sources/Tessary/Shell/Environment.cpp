@@ -58,6 +58,9 @@ std::expected<Environment, EnvironmentError> Environment::read(const QProcessEnv
         { &Environment::appearance, "TESSARY_APPEARANCE" },
         { &Environment::snapshotSize, "TESSARY_SNAPSHOT_SIZE" },
         { &Environment::exportPath, "TESSARY_EXPORT" },
+        { &Environment::beta, "TESSARY_BETA" },
+        { &Environment::internal, "TESSARY_INTERNAL" },
+        { &Environment::widget, "TESSARY_WIDGET" },
     };
     for (const auto& [member, name] : texts)
         environment.*member = text(variables, name);

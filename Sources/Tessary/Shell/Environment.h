@@ -35,6 +35,9 @@ struct Environment {
     std::optional<QString> appearance; // TESSARY_APPEARANCE
     std::optional<QString> snapshotSize; // TESSARY_SNAPSHOT_SIZE
     std::optional<QString> exportPath; // TESSARY_EXPORT
+    std::optional<QString> beta; // TESSARY_BETA: "1" turns beta features on (development build)
+    std::optional<QString> internal; // TESSARY_INTERNAL: the same for internal features
+    std::optional<QString> widget; // TESSARY_WIDGET: open a floating widget at start-up
 
     // Reads the variables from `variables` (the process's own by default). A service URL
     // that does not parse as an absolute http(s) URL is an error: there is no fallback.

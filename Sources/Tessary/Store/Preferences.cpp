@@ -6,6 +6,8 @@ namespace {
 const QString logScaleKey = QStringLiteral("logScale");
 const QString highlightsKey = QStringLiteral("highlights");
 const QString multiPeriodsKey = QStringLiteral("multiPeriods");
+const QString floatingWidgetsKey = QStringLiteral("floatingWidgets");
+const QString widgetShortcutTipSeenKey = QStringLiteral("widgetShortcutTipSeen");
 } // namespace
 
 Preferences::Preferences()
@@ -61,6 +63,39 @@ QString Preferences::multiPeriods() const
 void Preferences::setMultiPeriods(const QString& encoded)
 {
     m_settings->setValue(multiPeriodsKey, encoded);
+    m_settings->sync();
+}
+
+bool Preferences::featureFlag(const QString& key) const
+{
+    return m_settings->value(key, false).toBool();
+}
+
+void Preferences::setFeatureFlag(const QString& key, bool on)
+{
+    m_settings->setValue(key, on);
+    m_settings->sync();
+}
+
+QByteArray Preferences::floatingWidgets() const
+{
+    return m_settings->value(floatingWidgetsKey).toString().toUtf8();
+}
+
+void Preferences::setFloatingWidgets(const QByteArray& json)
+{
+    m_settings->setValue(floatingWidgetsKey, QString::fromUtf8(json));
+    m_settings->sync();
+}
+
+bool Preferences::widgetShortcutTipSeen() const
+{
+    return m_settings->value(widgetShortcutTipSeenKey, false).toBool();
+}
+
+void Preferences::setWidgetShortcutTipSeen()
+{
+    m_settings->setValue(widgetShortcutTipSeenKey, true);
     m_settings->sync();
 }
 

@@ -28,6 +28,16 @@ public:
     QString multiPeriods() const;
     void setMultiPeriods(const QString& encoded);
 
+    // "featureFlags.beta" and "featureFlags.internal": false when never set.
+    bool featureFlag(const QString& key) const;
+    void setFeatureFlag(const QString& key, bool on);
+
+    // The floating widgets' configurations, one JSON array; empty when never saved.
+    QByteArray floatingWidgets() const;
+    void setFloatingWidgets(const QByteArray& json);
+    bool widgetShortcutTipSeen() const;
+    void setWidgetShortcutTipSeen();
+
 private:
     std::unique_ptr<QSettings> m_settings;
 };

@@ -1,5 +1,7 @@
 #include "RelatedTickers.h"
 
+#include "Tessary/Shell/FeatureFlags.h"
+
 #include <QPointer>
 #include <QSet>
 
@@ -7,7 +9,7 @@ namespace tessary {
 
 bool relatedTickersEnabled()
 {
-    return true;
+    return FeatureFlags::shared().isEnabled(Feature::relatedTickers);
 }
 
 QString RelatedTickers::key(QStringList tickers)

@@ -8,6 +8,7 @@
 #include <array>
 
 #include "Tessary/Model/Palette.h"
+#include "Tessary/Shell/FeatureFlags.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Common/FlowLayout.h"
 
@@ -77,6 +78,7 @@ RelatedTickersBar::RelatedTickersBar(Store& store, QWidget* parent)
     connect(&m_store, &Store::listsChanged, this, &RelatedTickersBar::followSelection);
     connect(&m_store, &Store::selectionChanged, this, &RelatedTickersBar::followSelection);
     connect(&m_store, &Store::universeChanged, this, &RelatedTickersBar::refilter);
+    connect(&FeatureFlags::shared(), &FeatureFlags::changed, this, &RelatedTickersBar::followSelection);
     // Edits made before the service was up are asked about once it is.
     connect(&m_store, &Store::serviceConnected, this, [this] {
         m_editKey.reset();

@@ -1,5 +1,6 @@
 #include "ChartExportControl.h"
 
+#include "Tessary/Shell/FeatureFlags.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartExportCard.h"
 #include "Tessary/Views/Chart/ChartExporter.h"
@@ -112,12 +113,16 @@ ChartExportControl::ChartExportControl(Store& store, ChartFocus& focus, ChartVie
 
     for (const auto signal : { &Store::comparisonChanged, &Store::selectionChanged })
         connect(&m_store, signal, this, &ChartExportControl::refreshEnabled);
+    connect(&FeatureFlags::shared(), &FeatureFlags::changed, this, &ChartExportControl::refreshEnabled);
     refreshEnabled();
 }
 
 void ChartExportControl::refreshEnabled()
 {
-    const bool ready = card().has_value();
+    // Asked here, not once: a switch in Settings shows or hides the control at once.
+    const bool offered = FeatureFlags::shared().isEnabled(Feature::chartExport);
+    setVisible(offered);
+    const bool ready = offered && card().has_value();
     m_copy->setEnabled(ready);
     m_save->setEnabled(ready);
     m_button->setEnabled(ready);
@@ -133,8 +138,9 @@ std::optional<ChartExportCard> ChartExportControl::card() const
         name = list->name;
     else if (const auto* collection = m_store.selectedCollection())
         name = collection->name;
-    return ChartExportCard(
-        { name, m_store.selectedPeriod(), comparison, m_chart.logScale(), m_chart.zoomToPinned() }, m_focus);
+    // The card follows the zoomed range only while the zoom itself is offered.
+    const bool zoomed = m_chart.zoomToPinned() && FeatureFlags::shared().isEnabled(Feature::highlightZoom);
+    return ChartExportCard({ name, m_store.selectedPeriod(), comparison, m_chart.logScale(), zoomed }, m_focus);
 }
 
 void ChartExportControl::copy()

@@ -6,6 +6,7 @@
 #include "PeriodBar.h"
 #include "SettingsWindow.h"
 #include "Sidebar.h"
+#include "ZoomToHighlightedButton.h"
 
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
@@ -13,6 +14,7 @@
 #include "Tessary/Views/Rankings/RankingsPanel.h"
 
 #include "Tessary/Model/DateLabel.h"
+#include "Tessary/Shell/FeatureFlags.h"
 #include "Tessary/Store/Store.h"
 #include "TessaryWire/MarketTime.h"
 
@@ -38,6 +40,8 @@ const QString simulatedTip
 const QString lastQuotePrefix = QStringLiteral("Latest quote ");
 const QString starterTipText = QStringLiteral("We added a few starter tickers");
 constexpr int starterTipMilliseconds = 20'000;
+const QString newWidgetText = QStringLiteral("New Floating Widget");
+const QString showWidgetsText = QStringLiteral("Show Widgets from Any App");
 
 } // namespace
 
@@ -107,12 +111,21 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
 
 SettingsWindow* MainWindow::showSettings()
 {
-    if (!m_settings)
+    if (!m_settings) {
         m_settings = new SettingsWindow(m_store.account(), m_rankings->periodChoice(), this);
+        m_settings->setHotKeyNotice(m_hotKeyNotice);
+    }
     m_settings->show();
     m_settings->raise();
     m_settings->activateWindow();
     return m_settings;
+}
+
+void MainWindow::setHotKeyNotice(const QString& notice)
+{
+    m_hotKeyNotice = notice;
+    if (m_settings)
+        m_settings->setHotKeyNotice(notice);
 }
 
 void MainWindow::refreshStatusLine()
@@ -141,6 +154,7 @@ QWidget* MainWindow::buildChart()
     m_chartExport = new ChartExportControl(m_store, *m_focus, *m_chartView, chart);
     auto* top = new QHBoxLayout;
     top->addWidget(m_legend, 1);
+    top->addWidget(new ZoomToHighlightedButton(*m_focus, *m_chartView, chart), 0, Qt::AlignTop);
     top->addWidget(m_chartExport, 0, Qt::AlignTop);
     layout->addLayout(top);
     layout->addWidget(m_chartView, 1);
@@ -205,7 +219,11 @@ void MainWindow::buildMenus()
     QAction* settings = file->addAction(QStringLiteral("Settings…"), this, &MainWindow::showSettings);
     settings->setShortcut(QKeySequence::Preferences);
     file->addSeparator();
-    QAction* quit = file->addAction(QStringLiteral("Quit"), qApp, &QApplication::closeAllWindows);
+    // Floating widgets keep the app running without this window, so Quit ends it outright.
+    QAction* quit = file->addAction(QStringLiteral("Quit"), qApp, [] {
+        QApplication::closeAllWindows();
+        QCoreApplication::quit();
+    });
     quit->setShortcut(QKeySequence::Quit);
 
     QMenu* edit = menuBar()->addMenu(QStringLiteral("&Edit"));
@@ -222,6 +240,21 @@ void MainWindow::buildMenus()
     m_logScale->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_L));
     connect(m_logScale, &QAction::triggered, this, [this] { m_store.setLogScale(!m_store.logScale()); });
     connect(&m_store, &Store::logScaleChanged, m_logScale, &QAction::setChecked);
+
+    QMenu* window = menuBar()->addMenu(QStringLiteral("&Window"));
+    m_newWidget = window->addAction(newWidgetText);
+    m_newWidget->setShortcut(QKeySequence(Qt::ALT | Qt::CTRL | Qt::Key_N));
+    m_showWidgets = window->addAction(showWidgetsText);
+    // The key is grabbed for the whole desktop elsewhere; shown here so the menu teaches it.
+    m_showWidgets->setShortcut(QKeySequence(Qt::CTRL | Qt::ALT | Qt::META | Qt::Key_E));
+    m_showWidgets->setShortcutContext(Qt::ApplicationShortcut);
+    const auto followFlag = [this] {
+        const bool on = FeatureFlags::shared().isEnabled(Feature::floatingWidget);
+        m_newWidget->setVisible(on);
+        m_showWidgets->setVisible(on);
+    };
+    connect(&FeatureFlags::shared(), &FeatureFlags::changed, this, followFlag);
+    followFlag();
 }
 
 void MainWindow::refreshHeader()

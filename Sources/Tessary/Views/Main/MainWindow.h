@@ -51,6 +51,11 @@ public:
     QAction* newListAction() const { return m_newList; }
     QAction* refreshAction() const { return m_refresh; }
     QAction* logScaleAction() const { return m_logScale; }
+    // Window menu: the floating widgets live above the views, so whoever owns them connects these.
+    QAction* newWidgetAction() const { return m_newWidget; }
+    QAction* showWidgetsAction() const { return m_showWidgets; }
+    // Why the widgets' global shortcut is unavailable, for the Settings window.
+    void setHotKeyNotice(const QString& notice);
     // The Settings window; one window, raised when already open.
     SettingsWindow* showSettings();
 
@@ -84,6 +89,9 @@ private:
     QAction* m_newList = nullptr;
     QAction* m_refresh = nullptr;
     QAction* m_logScale = nullptr;
+    QAction* m_newWidget = nullptr;
+    QAction* m_showWidgets = nullptr;
+    QString m_hotKeyNotice;
 };
 
 } // namespace tessary

@@ -1,10 +1,14 @@
 #include "SettingsWindow.h"
 
 #include "AccountSection.h"
+#include "FeatureFlagsSection.h"
+
+#include "Tessary/Shell/FeatureFlags.h"
 
 #include "Tessary/Views/Rankings/MultiPeriodSettings.h"
 
 #include <QGroupBox>
+#include <QLabel>
 #include <QVBoxLayout>
 
 namespace tessary {
@@ -34,8 +38,25 @@ SettingsWindow::SettingsWindow(AccountService& account, MultiPeriodChoice& perio
     m_periods = new MultiPeriodSettings(periods);
     layout->addWidget(section(accountTitle, m_account, this));
     layout->addWidget(section(periodsTitle, m_periods, this));
+    FeatureFlags& flags = FeatureFlags::shared();
+    if (flags.isDevApp()) {
+        m_flags = new FeatureFlagsSection(flags);
+        layout->addWidget(section(FeatureFlagsSection::title.toString(), m_flags, this));
+    }
+    m_hotKeyNotice = new QLabel(this);
+    m_hotKeyNotice->setObjectName(QStringLiteral("hotKeyNotice"));
+    m_hotKeyNotice->setWordWrap(true);
+    m_hotKeyNotice->setForegroundRole(QPalette::PlaceholderText);
+    m_hotKeyNotice->hide();
+    layout->addWidget(m_hotKeyNotice);
     layout->addStretch(1);
     resize(560, sizeHint().height());
+}
+
+void SettingsWindow::setHotKeyNotice(const QString& notice)
+{
+    m_hotKeyNotice->setText(notice);
+    m_hotKeyNotice->setVisible(!notice.isEmpty());
 }
 
 } // namespace tessary

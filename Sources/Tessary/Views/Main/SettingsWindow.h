@@ -2,9 +2,12 @@
 
 #include <QWidget>
 
+class QLabel;
+
 namespace tessary {
 
 class AccountSection;
+class FeatureFlagsSection;
 class AccountService;
 class MultiPeriodChoice;
 class MultiPeriodSettings;
@@ -20,10 +23,17 @@ public:
 
     AccountSection* accountSection() const { return m_account; }
     MultiPeriodSettings* periodSettings() const { return m_periods; }
+    // Only in the development build; none otherwise.
+    FeatureFlagsSection* featureFlagsSection() const { return m_flags; }
+    // Why the widgets' global shortcut is not available; empty hides the line.
+    void setHotKeyNotice(const QString& notice);
+    QLabel* hotKeyNotice() const { return m_hotKeyNotice; }
 
 private:
     AccountSection* m_account = nullptr;
     MultiPeriodSettings* m_periods = nullptr;
+    FeatureFlagsSection* m_flags = nullptr;
+    QLabel* m_hotKeyNotice = nullptr;
 };
 
 } // namespace tessary
