@@ -311,6 +311,9 @@ void RankingTableTests::summary_data()
     QTest::newRow("equal leaders: the earlier row")
         << "AAA:0.4 BBB:0.4"
         << "-" << QStringList { "AAA  +40.0%", "AAA  +40.0%", QStringLiteral("SPY  \u2014"), "0 of 2" };
+    QTest::newRow("a late starter is not compared")
+        << "AAA:0.3 LATE:-!"
+        << "0.2" << QStringList { "AAA  +30.0%", "AAA  +30.0%", "SPY  +20.0%", "1 of 1" };
 }
 
 void RankingTableTests::summary()
