@@ -253,18 +253,32 @@ void ComparisonTests::lateStarters()
     QFETCH(qint64, offsetMs);
     QFETCH(bool, late);
 
-    const PricesResponse prices
-        = response({ dailySeries(u"EARLY"_qs, 60), dailySeries(u"LATE"_qs, 30, startMs + offsetMs) },
-            { ranking(u"EARLY"_qs, 0.1), ranking(u"LATE"_qs, 0.2) });
-    const Comparison comparison = buildComparison(prices, { u"EARLY"_qs, u"LATE"_qs }, u"EARLY"_qs);
+    // LATE's return over its shorter run beats everything, which is exactly why it must not
+    // be set beside the others once it counts as late.
+    TickerRanking lateRanking = ranking(u"LATE"_qs, 0.9);
+    lateRanking.cagr = lateRanking.volatility = lateRanking.sharpeRatio = lateRanking.periodMaxDrawdown = 0.5;
+    lateRanking.endValue = 42.0;
+    const PricesResponse prices = response(
+        { dailySeries(u"SPY"_qs, 60), dailySeries(u"EARLY"_qs, 60), dailySeries(u"LATE"_qs, 30, startMs + offsetMs) },
+        { ranking(u"SPY"_qs, 0.05), ranking(u"EARLY"_qs, 0.1), lateRanking });
+    const Comparison comparison = buildComparison(prices, { u"EARLY"_qs, u"LATE"_qs }, u"SPY"_qs);
     QCOMPARE(comparison.start, QDateTime::fromMSecsSinceEpoch(startMs, QTimeZone::utc()));
     QCOMPARE(comparison.lateStarters.size(), late ? 1u : 0u);
     if (late) {
         QCOMPARE(comparison.lateStarters.front().ticker, u"LATE");
         QCOMPARE(comparison.lateStarters.front().firstDate.toMSecsSinceEpoch(), startMs + offsetMs);
     }
-    for (const RankRow& row : comparison.rows)
+    for (const RankRow& row : comparison.rows) {
         QCOMPARE(row.incomplete, late && row.ticker == u"LATE");
+        if (row.ticker != u"LATE")
+            continue;
+        for (const auto metric :
+            { row.netReturn, row.vsBenchmark, row.cagr, row.volatility, row.sharpe, row.maxDrawdown })
+            QCOMPARE(metric.has_value(), !late);
+        QCOMPARE(row.price, 42.0);
+        if (late)
+            QCOMPARE(row.startDate, QDateTime::fromMSecsSinceEpoch(startMs + offsetMs, QTimeZone::utc()).date());
+    }
 
     // Alone, it is still measured from the day the period begins, not from its own first bar.
     const Comparison alone

@@ -62,8 +62,8 @@ class PaletteTests : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void benchmarkTakesNoSeriesColour_data();
-    void benchmarkTakesNoSeriesColour();
+    void seriesColoursFollowTheList_data();
+    void seriesColoursFollowTheList();
     void labOfSrgb_data();
     void labOfSrgb();
     void greyStaysGrey_data();
@@ -78,26 +78,37 @@ private Q_SLOTS:
     void linesStandOutFromTheBackground();
 };
 
-void PaletteTests::benchmarkTakesNoSeriesColour_data()
+void PaletteTests::seriesColoursFollowTheList_data()
 {
-    // Which series are benchmarks, and the palette index each series gets (-1: the grey).
-    QTest::addColumn<QList<bool>>("benchmarks");
+    // The list's tickers, the tickers the response has lines for, and the palette index each
+    // line gets (-1: the benchmark grey). SPY is the benchmark.
+    QTest::addColumn<QStringList>("tickers");
+    QTest::addColumn<QStringList>("lines");
     QTest::addColumn<QList<int>>("indices");
 
-    QTest::newRow("tickers only") << QList<bool> { false, false, false } << QList<int> { 0, 1, 2 };
-    QTest::newRow("benchmark first") << QList<bool> { true, false, false } << QList<int> { -1, 0, 1 };
-    QTest::newRow("benchmark between") << QList<bool> { false, true, false } << QList<int> { 0, -1, 1 };
+    QTest::newRow("tickers only") << QStringList { "A", "B", "C" } << QStringList { "A", "B", "C" }
+                                  << QList<int> { 0, 1, 2 };
+    QTest::newRow("benchmark first") << QStringList { "A", "B" } << QStringList { "SPY", "A", "B" }
+                                     << QList<int> { -1, 0, 1 };
+    QTest::newRow("benchmark between") << QStringList { "A", "B" } << QStringList { "A", "SPY", "B" }
+                                       << QList<int> { 0, -1, 1 };
+    QTest::newRow("a ticker without data shifts no one")
+        << QStringList { "A", "B", "C" } << QStringList { "A", "C" } << QList<int> { 0, 2 };
+    QTest::newRow("benchmark in the list is a ticker")
+        << QStringList { "A", "SPY", "B" } << QStringList { "A", "SPY", "B" } << QList<int> { 0, 1, 2 };
 }
 
-void PaletteTests::benchmarkTakesNoSeriesColour()
+void PaletteTests::seriesColoursFollowTheList()
 {
-    QFETCH(QList<bool>, benchmarks);
+    QFETCH(QStringList, tickers);
+    QFETCH(QStringList, lines);
     QFETCH(QList<int>, indices);
-    std::vector<ChartSeries> series;
-    for (const bool isBenchmark : benchmarks)
-        series.push_back(ChartSeries { QStringLiteral("T%1").arg(series.size()), {}, isBenchmark });
-    const std::vector<QColor> colors = Palette::seriesColors(series);
-    QCOMPARE(colors.size(), series.size());
+    PricesResponse response;
+    for (const QString& ticker : lines)
+        response.series.push_back(TickerSeries { ticker, { 0 }, { 0.0 }, std::nullopt });
+    const Comparison comparison = buildComparison(response, tickers, QStringLiteral("SPY"));
+    const std::vector<QColor> colors = Palette::seriesColors(comparison.series);
+    QCOMPARE(colors.size(), std::size_t(lines.size()));
     for (qsizetype i = 0; i < indices.size(); ++i) {
         const QColor expected = indices[i] < 0 ? Palette::benchmark() : Palette::seriesColor(std::size_t(indices[i]));
         QCOMPARE(colors[std::size_t(i)], expected);

@@ -4,6 +4,8 @@
 #include "Tessary/Views/Chart/ChartExportCard.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
+#include "Tessary/Views/Common/TickerActions.h"
+#include "Tessary/Views/Input/TickerInput.h"
 #include "Tessary/Views/Main/AccountSection.h"
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/ChartExportControl.h"
@@ -12,13 +14,17 @@
 #include "Tessary/Views/Main/PeriodBar.h"
 #include "Tessary/Views/Main/SettingsWindow.h"
 #include "Tessary/Views/Main/Sidebar.h"
+#include "Tessary/Views/Rankings/RankingTable.h"
+#include "Tessary/Views/Rankings/RankingsPanel.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>
-#include <QDir>
 #include <QClipboard>
+#include <QDir>
 #include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -79,6 +85,7 @@ private Q_SLOTS:
     void cleanup();
     void welcomeLeadsToAChart();
     void pinnedTickersStayWithTheirList();
+    void legendChipEditsTheList();
     void lateStarterOfferSetsACustomRange();
     void statesOfTheChartArea();
     void menuShortcuts();
@@ -149,9 +156,19 @@ void MainWindowTests::pinnedTickersStayWithTheirList()
     m_store->select(SidebarItem::list(first));
     QCOMPARE(m_window->focus()->pinned(), QStringList { QStringLiteral("NVDA") });
 
-    // Escape over the chart clears them, and that is kept too.
-    m_window->chartView()->setFocus();
-    QTest::keyClick(m_window->chartView(), Qt::Key_Escape);
+    // Escape in a field with text only clears the text; anywhere else in the window it
+    // clears the highlights, and that is kept too.
+    QLineEdit* field = m_window->tickerInput()->findChild<QLineEdit*>();
+    QVERIFY(field);
+    field->setFocus();
+    QTest::keyClicks(field, QStringLiteral("MS"));
+    QTest::keyClick(field, Qt::Key_Escape);
+    QVERIFY(field->text().isEmpty());
+    QCOMPARE(m_window->focus()->pinned(), QStringList { QStringLiteral("NVDA") });
+    QWidget* table = m_window->rankings()->findChild<RankingTable*>();
+    QVERIFY(table);
+    table->setFocus();
+    QTest::keyClick(table, Qt::Key_Escape);
     QVERIFY(m_window->focus()->pinned().isEmpty());
     QTest::mouseClick(m_window->legend()->chip(QStringLiteral("AAPL")), Qt::LeftButton);
 
@@ -161,6 +178,37 @@ void MainWindowTests::pinnedTickersStayWithTheirList()
     m_store->select(SidebarItem::list(first));
     m_window = std::make_unique<MainWindow>(*m_store);
     QCOMPARE(m_window->focus()->pinned(), QStringList { QStringLiteral("AAPL") });
+}
+
+void MainWindowTests::legendChipEditsTheList()
+{
+    const auto trigger = [](QMenu& menu, QStringView text) {
+        for (QAction* action : menu.actions()) {
+            if (action->text() == text) {
+                action->trigger();
+                return true;
+            }
+        }
+        return false;
+    };
+    m_store->create(QStringLiteral("Mine"), { QStringLiteral("AAPL"), QStringLiteral("NVDA"), QStringLiteral("MSFT") });
+    QTRY_VERIFY(m_window->legend()->chip(QStringLiteral("NVDA")));
+    std::unique_ptr<QMenu> menu(m_window->legend()->contextMenuFor(QStringLiteral("NVDA")));
+    QVERIFY(trigger(*menu, TickerActions::makeBenchmarkText));
+    QCOMPARE(m_store->selectedBenchmark(), QStringLiteral("NVDA"));
+    menu.reset(m_window->legend()->contextMenuFor(QStringLiteral("AAPL")));
+    QVERIFY(trigger(*menu, TickerActions::removeText));
+    QCOMPARE(m_store->selectedTickers(), QStringList { QStringLiteral("MSFT") });
+
+    // The benchmark, and any ticker of a curated list, can only have its symbol copied.
+    menu.reset(m_window->legend()->contextMenuFor(QStringLiteral("NVDA")));
+    QCOMPARE(menu->actions().size(), 1);
+    QVERIFY(m_store->acceptCatalogDocument(
+        R"({"categories":[{"id":"c","label":"C"}],"collections":[{"id":"megacaps","name":"Mega caps","tickers":["AAPL","MSFT"]}]})"));
+    m_store->select(SidebarItem::featured(QStringLiteral("megacaps")));
+    menu.reset(m_window->legend()->contextMenuFor(QStringLiteral("AAPL")));
+    QCOMPARE(menu->actions().size(), 1);
+    QCOMPARE(menu->actions().front()->text(), TickerActions::copySymbolText);
 }
 
 void MainWindowTests::lateStarterOfferSetsACustomRange()

@@ -58,6 +58,7 @@ private Q_SLOTS:
     void arrows();
     void enterAndClickOpen();
     void escapeCloses();
+    void clickOutsideCloses();
     void environmentOpensThePanel();
 
 private:
@@ -331,6 +332,17 @@ void QuickJumpTests::escapeCloses()
     QTest::keyClick(m_jump->field(), Qt::Key_Escape, Qt::ControlModifier);
     QVERIFY(m_jump->isVisible());
     QTest::keyClick(m_jump->field(), Qt::Key_Escape);
+    QVERIFY(!m_jump->isVisible());
+    QCOMPARE(m_store->selection(), SidebarItem::list(m_tech));
+}
+
+void QuickJumpTests::clickOutsideCloses()
+{
+    makeWindow();
+    m_jump->open();
+    QTest::mouseClick(m_jump->field(), Qt::LeftButton);
+    QVERIFY(m_jump->isVisible());
+    QTest::mouseClick(m_button, Qt::LeftButton);
     QVERIFY(!m_jump->isVisible());
     QCOMPARE(m_store->selection(), SidebarItem::list(m_tech));
 }

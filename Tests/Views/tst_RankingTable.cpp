@@ -1,4 +1,6 @@
 #include <QAbstractItemModelTester>
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QMenu>
 #include <QSignalSpy>
@@ -72,8 +74,8 @@ private Q_SLOTS:
     void headingsAndHoverText();
     void quoteLinks_data();
     void quoteLinks();
-    void contextMenuOffersBenchmarkOnlyWhenEditable_data();
-    void contextMenuOffersBenchmarkOnlyWhenEditable();
+    void editsOfferedOnlyWhenEditable_data();
+    void editsOfferedOnlyWhenEditable();
     void summary_data();
     void summary();
     void clickThrough();
@@ -263,38 +265,53 @@ void RankingTableTests::quoteLinks()
     QVERIFY(links[3].text.endsWith(QStringLiteral("beat SPY? (Yardmark)")));
 }
 
-void RankingTableTests::contextMenuOffersBenchmarkOnlyWhenEditable_data()
+void RankingTableTests::editsOfferedOnlyWhenEditable_data()
 {
     QTest::addColumn<bool>("editable");
     QTest::addColumn<QString>("ticker");
-    QTest::addColumn<bool>("offered");
-    QTest::newRow("editable list") << true << "AAA" << true;
-    QTest::newRow("curated list") << false << "AAA" << false;
-    QTest::newRow("already the benchmark") << true << "SPY" << false;
+    QTest::addColumn<bool>("removable");
+    QTest::addColumn<bool>("canBecomeBenchmark");
+    QTest::newRow("editable list") << true << "AAA" << true << true;
+    QTest::newRow("curated list") << false << "AAA" << false << false;
+    QTest::newRow("the benchmark") << true << "SPY" << false << false;
 }
 
-void RankingTableTests::contextMenuOffersBenchmarkOnlyWhenEditable()
+void RankingTableTests::editsOfferedOnlyWhenEditable()
 {
     QFETCH(bool, editable);
     QFETCH(QString, ticker);
-    QFETCH(bool, offered);
+    QFETCH(bool, removable);
+    QFETCH(bool, canBecomeBenchmark);
     ChartFocus focus;
     RankingTable table(focus);
-    table.setInput({ rowsFrom(QStringLiteral("AAA:0.1")), rowsFrom(QStringLiteral("SPY:0.2")).front(), {},
-        QStringLiteral("SPY"), editable });
-    QSignalSpy requests(&table, &RankingTable::makeBenchmarkRequested);
-    std::unique_ptr<QMenu> menu(table.contextMenuFor(table.tableModel().rowOf(ticker)));
+    table.setInput({ rowsFrom(QStringLiteral("AAA:0.1")), rowsFrom(QStringLiteral("SPY:0.2")).front(),
+        { QStringLiteral("AAA") }, QStringLiteral("SPY"), editable });
+    QSignalSpy makes(&table, &RankingTable::makeBenchmarkRequested);
+    QSignalSpy removes(&table, &RankingTable::removeRequested);
+    const int row = table.tableModel().rowOf(ticker);
+    std::unique_ptr<QMenu> menu(table.contextMenuFor(row));
     QVERIFY(menu);
-    QAction* make = nullptr;
-    for (QAction* action : menu->actions())
-        if (action->text() == RankingTable::makeBenchmarkText)
-            make = action;
-    QCOMPARE(make != nullptr, offered);
-    if (make) {
-        make->trigger();
-        QCOMPARE(requests.size(), 1);
-        QCOMPARE(requests.front().front().toString(), ticker);
-    }
+    const auto trigger = [&](QStringView text) {
+        for (QAction* action : menu->actions()) {
+            if (action->text() == text) {
+                action->trigger();
+                return true;
+            }
+        }
+        return false;
+    };
+    QCOMPARE(trigger(TickerActions::makeBenchmarkText), canBecomeBenchmark);
+    QCOMPARE(trigger(TickerActions::removeText), removable);
+    QVERIFY(trigger(TickerActions::copySymbolText));
+    QCOMPARE(QGuiApplication::clipboard()->text(), ticker);
+
+    // Delete on the current row does what "Remove from List" does.
+    table.setCurrentIndex(table.model()->index(row, 0));
+    QTest::keyClick(&table, Qt::Key_Delete);
+    QCOMPARE(makes.size(), canBecomeBenchmark ? 1 : 0);
+    QCOMPARE(removes.size(), removable ? 2 : 0);
+    for (const auto& request : std::as_const(removes))
+        QCOMPARE(request.front().toString(), ticker);
 }
 
 void RankingTableTests::summary_data()
@@ -311,6 +328,9 @@ void RankingTableTests::summary_data()
     QTest::newRow("equal leaders: the earlier row")
         << "AAA:0.4 BBB:0.4"
         << "-" << QStringList { "AAA  +40.0%", "AAA  +40.0%", QStringLiteral("SPY  \u2014"), "0 of 2" };
+    QTest::newRow("a late starter is not compared")
+        << "AAA:0.3 LATE:-!"
+        << "0.2" << QStringList { "AAA  +30.0%", "AAA  +30.0%", "SPY  +20.0%", "1 of 1" };
 }
 
 void RankingTableTests::summary()

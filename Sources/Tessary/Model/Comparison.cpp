@@ -6,6 +6,7 @@
 #include <QSet>
 
 #include <algorithm>
+#include <map>
 
 namespace tessary {
 
@@ -90,6 +91,18 @@ RankRow rowOf(const TickerRanking& ranking)
     return row;
 }
 
+// A late starter's metrics cover only part of the period, so putting them beside the others
+// would rank a shorter run as if it were the whole one; they show NA instead. The start date
+// stays for the hover text that explains the gap.
+void blankMetrics(RankRow& row)
+{
+    row.netReturn.reset();
+    row.cagr.reset();
+    row.volatility.reset();
+    row.sharpe.reset();
+    row.maxDrawdown.reset();
+}
+
 std::optional<double> difference(std::optional<double> value, std::optional<double> reference)
 {
     if (!value || !reference)
@@ -126,7 +139,8 @@ Comparison buildComparison(
         if (points.empty())
             continue;
         const bool isBenchmark = series.ticker == benchmark && !benchmarkIsMember;
-        comparison.series.push_back(ChartSeries { series.ticker, std::move(points), isBenchmark });
+        comparison.series.push_back(ChartSeries {
+            series.ticker, std::move(points), isBenchmark, std::max<qsizetype>(tickers.indexOf(series.ticker), 0) });
     }
 
     // The period starts at the service's first covered day or the earliest bar, whichever
@@ -140,24 +154,38 @@ Comparison buildComparison(
     if (startMs)
         comparison.start = QDateTime::fromMSecsSinceEpoch(*startMs, MarketTime::utc());
 
-    QSet<QString> late;
+    // The service only reports where each ticker's data starts; whether that makes it a late
+    // starter is decided here alone, so every display agrees.
+    std::map<QString, QDateTime> late;
     for (const auto& [ticker, first] : firstBars) {
         if (first - *startMs > lateStartSeconds * 1000) {
-            comparison.lateStarters.push_back(
-                LateStarter { ticker, QDateTime::fromMSecsSinceEpoch(first, MarketTime::utc()) });
-            late.insert(ticker);
+            const QDateTime firstDate = QDateTime::fromMSecsSinceEpoch(first, MarketTime::utc());
+            comparison.lateStarters.push_back(LateStarter { ticker, firstDate });
+            late.emplace(ticker, firstDate);
         }
     }
 
-    const auto benchmarkRanking = std::ranges::find(response.rankings, benchmark, &TickerRanking::ticker);
-    if (benchmarkRanking != response.rankings.end())
-        comparison.benchmarkReturn = benchmarkRanking->netReturn;
+    std::vector<RankRow> rows;
+    rows.reserve(response.rankings.size());
     for (const TickerRanking& ranking : response.rankings) {
         if (!requested.contains(ranking.ticker))
             continue;
         RankRow row = rowOf(ranking);
+        if (const auto first = late.find(row.ticker); first != late.end()) {
+            row.incomplete = true;
+            blankMetrics(row);
+            if (!row.startDate)
+                row.startDate = first->second.date();
+        }
+        rows.push_back(std::move(row));
+    }
+
+    const auto benchmarkRow = std::ranges::find(rows, benchmark, &RankRow::ticker);
+    if (benchmarkRow != rows.end())
+        comparison.benchmarkReturn = benchmarkRow->netReturn;
+    comparison.rows.reserve(rows.size());
+    for (RankRow& row : rows) {
         row.vsBenchmark = difference(row.netReturn, comparison.benchmarkReturn);
-        row.incomplete = late.contains(row.ticker);
         if (row.ticker == benchmark) {
             comparison.benchmarkRow = row;
             if (!benchmarkIsMember)

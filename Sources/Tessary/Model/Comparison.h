@@ -29,6 +29,9 @@ struct ChartSeries {
     QString ticker;
     std::vector<ChartPoint> points;
     bool isBenchmark = false;
+    // The ticker's position in the list's tickers: its line, legend chip and grid label all
+    // take their colour from it, so a ticker without data does not shift everyone else's.
+    qsizetype listIndex = 0;
 
     friend bool operator==(const ChartSeries&, const ChartSeries&) = default;
 };

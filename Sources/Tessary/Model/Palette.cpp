@@ -89,9 +89,8 @@ std::vector<QColor> seriesColors(std::span<const ChartSeries> series)
 {
     std::vector<QColor> colors;
     colors.reserve(series.size());
-    std::size_t next = 0;
     for (const ChartSeries& line : series)
-        colors.push_back(line.isBenchmark ? benchmark() : seriesColor(next++));
+        colors.push_back(line.isBenchmark ? benchmark() : seriesColor(static_cast<std::size_t>(line.listIndex)));
     return colors;
 }
 

@@ -25,12 +25,12 @@ QColor sidebarSecondary(bool dark);
 // near-black in the dark one. The series colours are chosen to stand out from both.
 QColor background(bool dark);
 
-// Chart lines take these in order and wrap around.
+// A ticker takes the one at its position in the list's tickers, wrapping around.
 std::span<const QColor> series();
 QColor seriesColor(std::size_t index);
 // A benchmark drawn as a reference line is grey, so it never passes for one of the tickers.
 QColor benchmark();
-// The colour of each series' line, in order: the series colours for the tickers, the
+// The colour of each series' line, in order: each ticker's series colour, the
 // benchmark grey for a benchmark drawn as a reference. The chart, the legend and the grid
 // all take theirs from here, so a ticker looks the same everywhere.
 std::vector<QColor> seriesColors(std::span<const ChartSeries> series);

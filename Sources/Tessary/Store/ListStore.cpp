@@ -15,9 +15,10 @@ constexpr int touchSaveDelayMilliseconds = 1000;
 
 } // namespace
 
-ListStore::ListStore(QString file, QObject* parent)
+ListStore::ListStore(QString file, std::function<double()> now, QObject* parent)
     : QObject(parent)
     , m_file(std::move(file))
+    , m_now(now ? std::move(now) : currentTimeMilliseconds)
 {
     m_touchSave.setSingleShot(true);
     m_touchSave.setInterval(touchSaveDelayMilliseconds);
@@ -107,9 +108,9 @@ bool ListStore::edit(const QUuid& id, ListEdit::Kind kind, const std::function<b
     if (it == all.end() || !change(*it))
         return false;
     if (kind == ListEdit::Kind::touch)
-        it->lastAccessedAt = currentTimeMilliseconds();
+        it->lastAccessedAt = m_now();
     else
-        it->lastModifiedAt = currentTimeMilliseconds();
+        it->lastModifiedAt = m_now();
     commit(ListEdit { kind, *it });
     return true;
 }

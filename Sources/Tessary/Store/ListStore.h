@@ -22,7 +22,8 @@ class ListStore : public QObject {
 
 public:
     // Reads `file`; a file that cannot be decoded is moved aside and the lists start empty.
-    explicit ListStore(QString file, QObject* parent = nullptr);
+    // `now` gives the list timestamps, in milliseconds since 1970; the system clock when empty.
+    explicit ListStore(QString file, std::function<double()> now = {}, QObject* parent = nullptr);
     // Writes an opening that is still waiting for its debounced save.
     ~ListStore() override;
 
@@ -30,6 +31,7 @@ public:
     const std::vector<ComparisonList>& lists() const;
     const std::vector<ComparisonList>& localLists() const { return m_local; }
     bool isAccountMode() const { return m_account.has_value(); }
+    double now() const { return m_now(); }
     // Shows the account's lists in place of the local ones (again and again as they change).
     void setAccountLists(std::vector<ComparisonList> lists);
     // Back to the local lists, which were never touched meanwhile.
@@ -62,6 +64,7 @@ private:
     void save();
 
     QString m_file;
+    std::function<double()> m_now;
     std::vector<ComparisonList> m_local;
     std::optional<std::vector<ComparisonList>> m_account;
     std::optional<QString> m_saveError;

@@ -43,7 +43,7 @@ Store::Store(Options options, QObject* parent)
 {
     QDir().mkpath(m_dataDirectory);
     m_account = new AccountService(m_dataDirectory, m_network, this);
-    m_lists = new ListStore(listsFile(), this);
+    m_lists = new ListStore(listsFile(), std::move(options.listClock), this);
     m_view = new ViewState(m_preferences, options.justAdded, this);
     m_reference = new ReferenceData(catalogFile(), this);
     m_loader = new ComparisonLoader(std::move(options.clock), this);
@@ -214,7 +214,9 @@ void Store::listEdited(const ListEdit& edit)
         break;
     case ListEdit::Kind::remove:
         m_view->setHighlights(SidebarItem::list(edit.list.id).key(), {});
-        if (selected)
+        if (selected && m_removalSuccessor)
+            select(SidebarItem::list(*m_removalSuccessor));
+        else if (selected)
             selectFallback();
         break;
     case ListEdit::Kind::create:
@@ -242,7 +244,7 @@ QUuid Store::addList()
 
 QUuid Store::create(const QString& name, const QStringList& tickers, Timeframe preset, const QString& benchmark)
 {
-    auto list = ComparisonList::create(name, tickers, benchmark, preset);
+    auto list = ComparisonList::create(name, tickers, benchmark, preset, std::nullopt, m_lists->now());
     const QUuid id = list.id;
     m_lists->add(std::move(list));
     select(SidebarItem::list(id));
@@ -286,7 +288,17 @@ void Store::rename(const QUuid& id, const QString& to)
 
 void Store::remove(const QUuid& id)
 {
+    // Deleting the open list opens the one below it in the sidebar (the one above when it was
+    // the last), so the user stays where they were; a list deleted on another computer has no
+    // such place and falls back to the first.
+    const auto ordered = m_lists->byRecency();
+    const auto it = std::ranges::find(ordered, id, &ComparisonList::id);
+    if (it != ordered.end() && std::next(it) != ordered.end())
+        m_removalSuccessor = std::next(it)->id;
+    else if (it != ordered.end() && it != ordered.begin())
+        m_removalSuccessor = std::prev(it)->id;
     m_lists->remove(id);
+    m_removalSuccessor.reset();
 }
 
 Store::AddResult Store::addTickers(const QStringList& symbols)

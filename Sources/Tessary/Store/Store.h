@@ -44,6 +44,7 @@ public:
         QStringList justAdded; // seeds the just-added highlight
         QNetworkAccessManager* network = nullptr; // one of the store's own when null
         std::function<ComparisonLoader::Clock::time_point()> clock; // the steady clock when empty
+        std::function<double()> listClock; // list timestamps in ms since 1970; the system clock when empty
     };
 
     struct AddResult {
@@ -204,6 +205,7 @@ private:
     ComparisonLoader* m_loader = nullptr;
     RelatedTickers* m_related = nullptr;
     std::optional<SidebarItem> m_selection;
+    std::optional<QUuid> m_removalSuccessor; // set only while `remove` deletes a list
     bool m_starterTickersShown = false;
 };
 

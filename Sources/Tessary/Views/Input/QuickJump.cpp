@@ -2,6 +2,7 @@
 
 #include "InputCommands.h"
 
+#include <QApplication>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -106,10 +107,14 @@ void QuickJump::open()
     show();
     raise();
     m_field->setFocus(Qt::ShortcutFocusReason);
+    // A click anywhere else closes it, as a popup would; it stays a child of the window so
+    // that it moves and resizes with it.
+    qApp->installEventFilter(this);
 }
 
 void QuickJump::dismiss()
 {
+    qApp->removeEventFilter(this);
     hide();
     if (m_over)
         m_over->setFocus(Qt::OtherFocusReason);
@@ -187,6 +192,11 @@ bool QuickJump::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == m_field && event->type() == QEvent::KeyPress)
         return handleKey(static_cast<QKeyEvent*>(event));
+    if (event->type() == QEvent::MouseButtonPress && watched->isWidgetType()) {
+        auto* target = static_cast<QWidget*>(watched);
+        if (target != this && !isAncestorOf(target))
+            dismiss();
+    }
     if (watched == m_over) {
         if (event->type() == QEvent::Resize)
             place();

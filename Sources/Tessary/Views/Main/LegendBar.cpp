@@ -1,12 +1,14 @@
 #include "LegendBar.h"
 
 #include "Tessary/Views/Common/FlowLayout.h"
+#include "Tessary/Views/Common/TickerActions.h"
 
 #include "Tessary/Model/Palette.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 
 #include <QEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QTimer>
 #include <QToolButton>
@@ -72,6 +74,12 @@ void LegendBar::rebuild()
         chip->installEventFilter(this);
         const QString ticker = series.ticker;
         connect(chip, &QToolButton::clicked, this, [this, ticker] { m_focus.togglePinned(ticker); });
+        chip->setContextMenuPolicy(Qt::CustomContextMenu);
+        connect(chip, &QToolButton::customContextMenuRequested, this, [this, chip, ticker](const QPoint& at) {
+            QMenu* menu = contextMenuFor(ticker);
+            menu->setAttribute(Qt::WA_DeleteOnClose);
+            menu->popup(chip->mapToGlobal(at));
+        });
         m_chips.insert(ticker, chip);
         m_flow->addWidget(chip);
     }
@@ -85,6 +93,18 @@ void LegendBar::rebuild()
 
     if (!m_store.justAdded().isEmpty())
         QTimer::singleShot(justAddedMilliseconds, &m_store, &Store::clearJustAdded);
+}
+
+QMenu* LegendBar::contextMenuFor(const QString& ticker)
+{
+    auto* menu = new QMenu(this);
+    TickerActions actions;
+    if (m_store.selectionIsEditable() && ticker != m_store.selectedBenchmark()) {
+        actions.remove = [this](const QString& symbol) { m_store.removeTickers({ symbol }); };
+        actions.makeBenchmark = [this](const QString& symbol) { m_store.makeBenchmark(symbol); };
+    }
+    actions.addTo(*menu, ticker);
+    return menu;
 }
 
 void LegendBar::refreshStates()

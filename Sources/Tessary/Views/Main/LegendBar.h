@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QWidget>
 
+class QMenu;
 class QToolButton;
 
 namespace tessary {
@@ -12,7 +13,8 @@ class FlowLayout;
 class Store;
 
 // One chip per line of the chart, in the line's colour. Hovering a chip brings its line
-// forward, clicking pins it; tickers just added glow for a moment.
+// forward, clicking pins it, right-clicking offers the ticker's edits; tickers just added
+// glow for a moment.
 class LegendBar : public QWidget {
     Q_OBJECT
 
@@ -21,6 +23,9 @@ public:
 
     QToolButton* chip(const QString& ticker) const { return m_chips.value(ticker); }
     QToolButton* resetButton() const { return m_reset; }
+    // A chip's context menu: removing the ticker and making it the benchmark in a list the
+    // user can edit, copying its symbol always. The caller owns it.
+    QMenu* contextMenuFor(const QString& ticker);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -21,6 +21,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QPushButton>
@@ -208,6 +209,17 @@ QWidget* MainWindow::buildHeader()
     connect(m_saveAsMine, &QPushButton::clicked, this, [this] { m_store.saveFeaturedAsList(); });
     layout->addWidget(m_saveAsMine);
     return header;
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event)
+{
+    // Escape reaches the window only when the focused widget (a field with text, an open
+    // popup) had no use for it, so wherever the keyboard is it clears the highlights.
+    if (event->key() == Qt::Key_Escape) {
+        m_focus->clearPinned();
+        return;
+    }
+    QMainWindow::keyPressEvent(event);
 }
 
 void MainWindow::buildMenus()

@@ -59,6 +59,9 @@ public:
     // The Settings window; one window, raised when already open.
     SettingsWindow* showSettings();
 
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     void buildMenus();
     QWidget* buildHeader();

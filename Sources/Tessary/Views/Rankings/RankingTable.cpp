@@ -4,6 +4,7 @@
 
 #include <QContextMenuEvent>
 #include <QDesktopServices>
+#include <QKeyEvent>
 #include <QMenu>
 
 #include "Tessary/Views/Chart/ChartFocus.h"
@@ -66,12 +67,35 @@ QMenu* RankingTable::contextMenuFor(int row)
         const QUrl url = link.url;
         menu->addAction(link.text, menu, [url] { QDesktopServices::openUrl(url); });
     }
-    const auto& input = m_model->input();
-    if (input.editable && ticker != input.benchmark) {
-        menu->addSeparator();
-        menu->addAction(makeBenchmarkText.toString(), this, [this, ticker] { Q_EMIT makeBenchmarkRequested(ticker); });
-    }
+    menu->addSeparator();
+    actionsFor(ticker).addTo(*menu, ticker);
     return menu;
+}
+
+TickerActions RankingTable::actionsFor(const QString& ticker)
+{
+    const auto& input = m_model->input();
+    TickerActions actions;
+    if (!input.editable || ticker == input.benchmark)
+        return actions;
+    actions.makeBenchmark = [this](const QString& symbol) { Q_EMIT makeBenchmarkRequested(symbol); };
+    if (input.tickers.contains(ticker))
+        actions.remove = [this](const QString& symbol) { Q_EMIT removeRequested(symbol); };
+    return actions;
+}
+
+void RankingTable::keyPressEvent(QKeyEvent* event)
+{
+    const bool remove = event->key() == Qt::Key_Delete || event->key() == Qt::Key_Backspace;
+    const QModelIndex current = currentIndex();
+    if (remove && current.isValid()) {
+        const QString ticker = m_model->rowAt(current.row()).ticker;
+        if (const TickerActions actions = actionsFor(ticker); actions.remove) {
+            actions.remove(ticker);
+            return;
+        }
+    }
+    RankView::keyPressEvent(event);
 }
 
 void RankingTable::contextMenuEvent(QContextMenuEvent* event)

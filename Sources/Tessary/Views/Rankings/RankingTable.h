@@ -3,6 +3,7 @@
 #include "QuoteLinks.h"
 #include "RankView.h"
 #include "RankingTableModel.h"
+#include "Tessary/Views/Common/TickerActions.h"
 
 #include <functional>
 
@@ -14,7 +15,7 @@ class ChartFocus;
 
 // The rankings table under the chart. Hovering a row brings the ticker's line forward,
 // clicking pins it; the context menu opens outside quote pages and, in a list the user can
-// edit, offers to make the ticker the benchmark.
+// edit, offers to remove the ticker or make it the benchmark (Delete removes the current row).
 class RankingTable : public RankView {
     Q_OBJECT
 
@@ -22,7 +23,6 @@ public:
     using ExchangeLookup = std::function<std::optional<QString>(const QString& ticker)>;
 
     static constexpr int rowHeight = 44;
-    static constexpr QStringView makeBenchmarkText = u"Make Benchmark";
 
     explicit RankingTable(ChartFocus& focus, QWidget* parent = nullptr);
 
@@ -38,13 +38,16 @@ public:
 
 Q_SIGNALS:
     void makeBenchmarkRequested(const QString& ticker);
+    void removeRequested(const QString& ticker);
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void headingClicked(int section) override;
 
 private:
+    TickerActions actionsFor(const QString& ticker);
     void hoverRow(const QModelIndex& index);
     void syncHeader();
 

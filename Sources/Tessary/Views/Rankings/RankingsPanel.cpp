@@ -47,6 +47,8 @@ RankingsPanel::RankingsPanel(Store& store, ChartFocus& focus, Preferences& prefe
         return info ? info->exchange : std::nullopt;
     });
     connect(m_table, &RankingTable::makeBenchmarkRequested, &m_store, &Store::makeBenchmark);
+    connect(m_table, &RankingTable::removeRequested, this,
+        [this](const QString& ticker) { m_store.removeTickers({ ticker }); });
     connect(m_chips, &MultiPeriodChips::periodClicked, m_grid, &MultiPeriodGrid::sortByPeriod);
     connect(m_choice, &MultiPeriodChoice::periodsChanged, this, &RankingsPanel::refreshGrid);
     connect(&m_store, &Store::comparisonChanged, this, &RankingsPanel::refresh);
@@ -80,14 +82,12 @@ void RankingsPanel::refreshGrid()
     if (comparison) {
         input.rows = comparison->rows;
         input.benchmarkRow = comparison->benchmarkRow;
-        // The labels take the colours of the chart's lines; the benchmark's own line and
-        // symbols outside the list keep the secondary colour.
+        // The labels take the colours of the chart's lines; the benchmark and symbols outside
+        // the list keep the secondary colour.
         const QStringList tickers = m_store.selectedTickers();
-        const std::vector<QColor> colors = Palette::seriesColors(comparison->series);
-        for (std::size_t i = 0; i < comparison->series.size(); ++i) {
-            const ChartSeries& series = comparison->series[i];
-            if (!series.isBenchmark && series.ticker != input.benchmark && tickers.contains(series.ticker))
-                input.colors.insert(series.ticker, colors[i]);
+        for (qsizetype i = 0; i < tickers.size(); ++i) {
+            if (tickers[i] != input.benchmark)
+                input.colors.insert(tickers[i], Palette::seriesColor(static_cast<std::size_t>(i)));
         }
     }
     m_grid->setInput(std::move(input));

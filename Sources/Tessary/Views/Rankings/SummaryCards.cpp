@@ -44,7 +44,8 @@ RankingSummary RankingSummary::of(
             if (!summary.worst || *row.netReturn < *summary.worst->netReturn)
                 summary.worst = Entry { row.ticker, row.netReturn };
         }
-        if (row.ticker == benchmark)
+        // A late starter has no return over the whole period to set against the benchmark's.
+        if (row.ticker == benchmark || row.incomplete)
             continue;
         ++summary.compared;
         if (row.netReturn && summary.benchmark.netReturn && *row.netReturn > *summary.benchmark.netReturn)

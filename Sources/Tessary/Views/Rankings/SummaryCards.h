@@ -17,7 +17,7 @@ struct RankingSummary {
     std::optional<Entry> leader; // highest return; the earlier row wins a tie
     std::optional<Entry> worst; // lowest return; the earlier row wins a tie
     Entry benchmark;
-    // Tickers of the list, the benchmark itself left out, and how many of them returned
+    // Tickers of the list, the benchmark and late starters left out, and how many of them returned
     // strictly more than the benchmark. A ticker without a return counts as not beating it.
     int beating = 0;
     int compared = 0;
