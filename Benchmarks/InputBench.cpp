@@ -38,7 +38,9 @@ void BM_PasteTenThousandSymbols(benchmark::State& state)
 {
     QTemporaryDir directory;
     auto preferences = std::make_shared<Preferences>(directory.filePath(QStringLiteral("preferences.ini")));
-    Store store(Store::Options { directory.filePath(QStringLiteral("data")), preferences, {} });
+    auto options = Store::Options::at(directory.filePath(QStringLiteral("data")));
+    options.preferences = preferences;
+    Store store(std::move(options));
     store.setUniverse(syntheticUniverse());
     TickerInput input(store);
     const QString text = pastedText(static_cast<int>(state.range(0)));

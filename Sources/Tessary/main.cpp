@@ -178,13 +178,17 @@ int runWindow(int argc, char** argv)
     QStringList added;
     if (environment->added)
         added = environment->added->split(QRegularExpression(QStringLiteral("[,\\s]+")), Qt::SkipEmptyParts);
-    Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, added, nullptr });
+    Store::Options options = Store::Options::at(environment->dataDir.value_or(QString()));
+    options.justAdded = added;
+    Store store(std::move(options));
     FeatureFlags::install(std::make_unique<FeatureFlags>(
         FeatureFlags::Options { QStringLiteral(TESSARY_APP_ID), environment->beta, environment->internal, nullptr }));
     MainWindow window(store, *environment);
     QApplication::setQuitOnLastWindowClosed(false);
     // Snapshot mode shows windows for a picture: nothing it does to the widgets is kept.
-    WidgetManager widgets(store, FeatureFlags::shared(), WidgetManager::Options { !environment->snapshot });
+    WidgetManager::Options widgetOptions;
+    widgetOptions.saves = !environment->snapshot;
+    WidgetManager widgets(store, FeatureFlags::shared(), widgetOptions);
     InstanceChannel channel;
     channel.listen();
     connectWidgets(window, widgets, channel);

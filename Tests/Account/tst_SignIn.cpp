@@ -204,7 +204,7 @@ void SignInTests::tokenFileStaysOwnerOnly()
     QCOMPARE(Credentials::read(path)->email, std::optional(QStringLiteral("second@example.com")));
 
     // A damaged file is a signed-out user, not an error.
-    for (const QByteArray damaged : { QByteArray("{\"token\":"), QByteArray("{\"token\":\"\"}"), QByteArray("[]") }) {
+    for (const QByteArray& damaged : { QByteArray("{\"token\":"), QByteArray("{\"token\":\"\"}"), QByteArray("[]") }) {
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.write(damaged);

@@ -69,7 +69,8 @@ void StoreListTests::init()
 std::unique_ptr<Store> StoreListTests::makeStore()
 {
     auto preferences = std::make_shared<Preferences>(m_dir->filePath(QStringLiteral("preferences.ini")));
-    Store::Options options { m_dataDir, preferences, {} };
+    auto options = Store::Options::at(m_dataDir);
+    options.preferences = preferences;
     // Every reading of the clock is a millisecond later, so the order of events is the order
     // of their timestamps.
     options.listClock = [this] { return m_now += 1; };

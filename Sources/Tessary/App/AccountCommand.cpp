@@ -112,7 +112,7 @@ int runAccountCommand(const QStringList& arguments)
         printLine(stderr, QStringLiteral("tessary: ") + environment.error().description());
         return 1;
     }
-    Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, {}, nullptr, {} });
+    Store store(Store::Options::at(environment->dataDir.value_or(QString())));
     if (verb == QStringLiteral("status")) {
         printLine(stdout, statusLine(store.account()));
         return 0;

@@ -330,7 +330,7 @@ int runCompareCommand(const QStringList& arguments)
     if (!environment)
         return fail(environment.error().description());
 
-    Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, {}, nullptr });
+    Store store(Store::Options::at(environment->dataDir.value_or(QString())));
     ServiceLauncher launcher(store, *environment);
     int status = 1;
     QObject::connect(&launcher, &ServiceLauncher::failed, qApp, [&](const QString& message) {

@@ -3,8 +3,8 @@
 #include "ServiceLauncher.h"
 
 #include "Tessary/Shell/Environment.h"
-#include "TessaryWire/Json.h"
 #include "Tessary/Store/Store.h"
+#include "TessaryWire/Json.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>
@@ -245,7 +245,7 @@ int runListCommand(const QStringList& arguments)
         printLine(stderr, QStringLiteral("tessary: ") + environment.error().description());
         return 1;
     }
-    Store store(Store::Options { environment->dataDir.value_or(QString()), nullptr, {}, nullptr, {} });
+    Store store(Store::Options::at(environment->dataDir.value_or(QString())));
     const bool signedIn = store.sync() != nullptr;
     int status = 1;
     const auto start = [&] {

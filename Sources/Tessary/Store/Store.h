@@ -45,6 +45,14 @@ public:
         QNetworkAccessManager* network = nullptr; // one of the store's own when null
         std::function<ComparisonLoader::Clock::time_point()> clock; // the steady clock when empty
         std::function<double()> listClock; // list timestamps in ms since 1970; the system clock when empty
+
+        // Everything else as it comes by default.
+        static Options at(QString dataDirectory)
+        {
+            Options options;
+            options.dataDirectory = std::move(dataDirectory);
+            return options;
+        }
     };
 
     struct AddResult {
