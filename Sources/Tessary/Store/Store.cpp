@@ -12,7 +12,6 @@ namespace {
 
 const QString listsFileName = QStringLiteral("lists.json");
 const QString catalogFileName = QStringLiteral("collections.json");
-const QString syncStateFileName = QStringLiteral("account-sync.json");
 const QString newListPrefix = QStringLiteral("My List ");
 const QString copySuffix = QStringLiteral(" Copy");
 constexpr qsizetype maxNameLength = 50;
@@ -68,69 +67,6 @@ Store::Store(Options options, QObject* parent)
     connect(m_account, &AccountService::signedOut, this, &Store::handleSignedOut);
     connect(m_account, &AccountService::statusChanged, this, &Store::handleAccountStatus);
     connect(this, &Store::comparisonInputsChanged, this, [this] { refresh(); });
-}
-
-void Store::startSync()
-{
-    m_sync = new AccountSync(*m_account, QDir(m_dataDirectory).filePath(syncStateFileName), this);
-    connect(m_sync, &AccountSync::listsChanged, m_lists, &ListStore::setAccountLists);
-    connect(m_sync, &AccountSync::statusChanged, this, &Store::syncStatusChanged);
-    m_lists->setAccountLists(m_sync->lists());
-    setImportOffer(
-        m_lists->localLists().empty() ? std::nullopt : std::optional(static_cast<int>(m_lists->localLists().size())));
-}
-
-void Store::handleAccountStatus()
-{
-    // A sign-in that just finished: the account's lists take over.
-    if (m_account->status() != AccountService::Status::signedIn || m_sync)
-        return;
-    startSync();
-    if (!m_selection || (m_selection->listId() && !selectedList()))
-        selectFallback();
-    refresh();
-    QCoro::connect(m_sync->pull(), this, [](const auto&) {});
-}
-
-void Store::setImportOffer(std::optional<int> offer)
-{
-    if (offer == m_importOffer)
-        return;
-    m_importOffer = offer;
-    Q_EMIT importOfferChanged();
-}
-
-void Store::importLocalLists()
-{
-    if (!m_sync)
-        return;
-    for (const ComparisonList& list : m_lists->localLists())
-        m_sync->enqueue(ListEdit { ListEdit::Kind::create, list });
-    setImportOffer(std::nullopt);
-}
-
-void Store::declineImport()
-{
-    setImportOffer(std::nullopt);
-}
-
-void Store::handleSignedOut()
-{
-    // The account's lists go, with any edit the server never took; the local ones, untouched
-    // meanwhile, come back.
-    if (m_sync) {
-        m_sync->discardState();
-        m_sync->deleteLater();
-        m_sync = nullptr;
-        setImportOffer(std::nullopt);
-        Q_EMIT syncStatusChanged();
-    }
-    if (!m_lists->isAccountMode())
-        return;
-    m_lists->leaveAccountMode();
-    if (!m_selection || (m_selection->listId() && !selectedList()))
-        selectFallback();
-    refresh();
 }
 
 Store::~Store() = default;
