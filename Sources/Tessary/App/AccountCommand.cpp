@@ -1,18 +1,15 @@
 #include "AccountCommand.h"
 
-#include "ServiceLauncher.h"
+#include "CommandRunner.h"
 
 #include "Tessary/Shell/Environment.h"
 #include "Tessary/Store/Store.h"
 
-#include <QCoreApplication>
 #include <QProcess>
 #include <QSocketNotifier>
-#include <QTimer>
 
 #include <csignal>
 #include <cstdio>
-#include <functional>
 #include <unistd.h>
 
 namespace tessary {
@@ -33,12 +30,6 @@ const QString signedInPrefix = QStringLiteral("signed in as ");
 const QString signedInUnknown = QStringLiteral("signed in");
 const QString signedOutText = QStringLiteral("signed out");
 const QString openPrompt = QStringLiteral("Opening the sign-in page. If no browser opens, visit:");
-
-void printLine(std::FILE* stream, const QString& text)
-{
-    std::fprintf(stream, "%s\n", qPrintable(text));
-    std::fflush(stream);
-}
 
 QString statusLine(const AccountService& account)
 {
@@ -133,29 +124,8 @@ int runAccountCommand(const QStringList& arguments)
         std::signal(SIGINT, onInterrupt);
     }
 
-    int status = 1;
-    const auto run = [&] {
-        auto task = verb == QStringLiteral("sign-in") ? signIn(&store) : signOut(&store);
-        QCoro::connect(std::move(task), qApp, [&](int result) {
-            status = result;
-            QCoreApplication::exit(result);
-        });
-    };
-    // A service of one's own needs nothing started; otherwise the built-in one is.
-    std::optional<ServiceLauncher> launcher;
-    if (environment->sessionApi) {
-        store.account().setEndpoints(*environment->sessionApi, environment->web.value_or(*environment->sessionApi));
-        QTimer::singleShot(0, qApp, run);
-    } else {
-        launcher.emplace(store, *environment);
-        QObject::connect(&*launcher, &ServiceLauncher::failed, qApp, [&](const QString& message) {
-            printLine(stderr, message);
-            QCoreApplication::exit(1);
-        });
-        QObject::connect(&*launcher, &ServiceLauncher::ready, qApp, run);
-        QTimer::singleShot(0, &*launcher, [&launcher] { launcher->start(false); });
-    }
-    QCoreApplication::exec();
+    const int status = runCommandTask(store, *environment, false, true,
+        [&] { return verb == QStringLiteral("sign-in") ? signIn(&store) : signOut(&store); });
     std::signal(SIGINT, SIG_DFL);
     return status;
 }

@@ -1,14 +1,12 @@
 #include "ListCommand.h"
 
-#include "ServiceLauncher.h"
+#include "CommandRunner.h"
 
 #include "Tessary/Shell/Environment.h"
 #include "Tessary/Store/Store.h"
 #include "TessaryWire/Json.h"
 
-#include <QCoreApplication>
 #include <QJsonArray>
-#include <QTimer>
 
 #include <cstdio>
 #include <optional>
@@ -34,12 +32,6 @@ struct ListRequest {
     QStringList operands;
     bool json = false;
 };
-
-void printLine(std::FILE* stream, const QString& text)
-{
-    std::fprintf(stream, "%s\n", qPrintable(text));
-    std::fflush(stream);
-}
 
 std::optional<ListRequest> parse(const QStringList& arguments, QString* error)
 {
@@ -246,32 +238,10 @@ int runListCommand(const QStringList& arguments)
         return 1;
     }
     Store store(Store::Options::at(environment->dataDir.value_or(QString())));
-    const bool signedIn = store.sync() != nullptr;
-    int status = 1;
-    const auto start = [&] {
-        QCoro::connect(run(&store, *request), qApp, [&](int result) {
-            status = result;
-            QCoreApplication::exit(result);
-        });
-    };
-    // Nothing to start for the local lists alone; symbols need the market-data service, the
-    // account its session service.
-    std::optional<ServiceLauncher> launcher;
-    if (!needsUniverse(*request) && (!signedIn || environment->sessionApi)) {
-        if (environment->sessionApi)
-            store.account().setEndpoints(*environment->sessionApi, environment->web.value_or(*environment->sessionApi));
-        QTimer::singleShot(0, qApp, start);
-    } else {
-        launcher.emplace(store, *environment);
-        QObject::connect(&*launcher, &ServiceLauncher::failed, qApp, [](const QString& message) {
-            printLine(stderr, message);
-            QCoreApplication::exit(1);
-        });
-        QObject::connect(&*launcher, &ServiceLauncher::ready, qApp, start);
-        QTimer::singleShot(0, &*launcher, [&launcher] { launcher->start(false); });
-    }
-    QCoreApplication::exec();
-    return status;
+    // Symbols need the market-data service, the account's lists its session service; the
+    // local lists alone need neither.
+    return runCommandTask(
+        store, *environment, needsUniverse(*request), store.sync() != nullptr, [&] { return run(&store, *request); });
 }
 
 } // namespace tessary
