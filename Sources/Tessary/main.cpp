@@ -87,7 +87,7 @@ void armExport(MainWindow& window, Store& store, const QString& path)
         QObject::disconnect(&store, nullptr, waiting, nullptr);
         waiting->deleteLater();
         const auto saved = window.chartExport()->saveTo(path);
-        std::printf("export: %s\n", qPrintable(saved ? path : saved.error()));
+        std::printf("export: %s\n", qPrintable(saved ? path : saved.error().description()));
         std::fflush(stdout);
     });
 }
@@ -251,7 +251,7 @@ int main(int argc, char** argv)
         describeApplication();
         const auto sent = InstanceChannel::sendShowWidgets();
         if (!sent)
-            std::fprintf(stderr, "tessary: %s\n", qPrintable(sent.error()));
+            std::fprintf(stderr, "tessary: %s\n", qPrintable(sent.error().description()));
         return sent ? 0 : 1;
     }
     return runWindow(argc, argv);

@@ -167,10 +167,10 @@ void CompareTests::arguments()
     const auto request = parseCompareArguments(arguments);
     if (!error.isEmpty()) {
         QVERIFY(!request);
-        QVERIFY2(request.error().contains(error), qPrintable(request.error()));
+        QVERIFY2(request.error().description().contains(error), qPrintable(request.error().description()));
         return;
     }
-    QVERIFY2(request, qPrintable(request ? QString() : request.error()));
+    QVERIFY2(request, qPrintable(request ? QString() : request.error().description()));
     QCOMPARE(request->symbols, symbols);
     QCOMPARE(request->period.value_or(ListPeriod {}).label(), periodLabel);
 }

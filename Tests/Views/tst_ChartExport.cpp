@@ -229,8 +229,9 @@ void ChartExportTests::failedSaveLeavesNoFile()
     const QString missingFolder = dir.filePath(QStringLiteral("missing/card.png"));
     const auto failed = ChartExporter::save("png bytes", missingFolder);
     QVERIFY(!failed);
-    QVERIFY2(failed.error().startsWith(QStringLiteral("Couldn't save the image to ")), qPrintable(failed.error()));
-    QVERIFY(!failed.error().contains(u'\n'));
+    const QString line = failed.error().description();
+    QVERIFY2(line.startsWith(QStringLiteral("Couldn't save the image to ")), qPrintable(line));
+    QVERIFY(!line.contains(u'\n'));
     QCOMPARE(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList {});
 
     // Over an existing file: the new bytes replace it whole.

@@ -80,8 +80,8 @@ std::optional<double> lastPointDate(const Comparison& comparison)
 }
 
 // Writes the export card of `comparison` to the files the request names.
-std::expected<void, QString> writeChart(const CompareRequest& request, const QString& name, const ListPeriod& period,
-    const Comparison& comparison, bool log)
+std::expected<void, CommandLineError> writeChart(const CompareRequest& request, const QString& name,
+    const ListPeriod& period, const Comparison& comparison, bool log)
 {
     ChartFocus focus;
     const ChartExportCard card({ name, period, std::make_shared<const Comparison>(comparison), log }, focus,
@@ -90,15 +90,16 @@ std::expected<void, QString> writeChart(const CompareRequest& request, const QSt
         const auto image = ChartExporter::image(card, request.scale.value_or(ChartExporter::defaultScale));
         const auto bytes = image ? ChartExporter::png(*image) : std::nullopt;
         if (!bytes)
-            return std::unexpected(QStringLiteral("the chart image could not be drawn"));
+            return std::unexpected(CommandLineError { QStringLiteral("the chart image could not be drawn") });
         if (auto saved = ChartExporter::save(*bytes, *request.png); !saved)
-            return saved;
+            return std::unexpected(CommandLineError { saved.error().description() });
     }
     if (request.svg) {
         const auto bytes = ChartExporter::svg(card);
         if (!bytes)
-            return std::unexpected(QStringLiteral("the chart could not be drawn as SVG"));
-        return ChartExporter::save(*bytes, *request.svg);
+            return std::unexpected(CommandLineError { QStringLiteral("the chart could not be drawn as SVG") });
+        if (auto saved = ChartExporter::save(*bytes, *request.svg); !saved)
+            return std::unexpected(CommandLineError { saved.error().description() });
     }
     return {};
 }
@@ -132,7 +133,7 @@ QCoro::Task<int> compare(Store& store, CompareRequest request)
         co_return fail(QStringLiteral("No price data for ") + tickers.join(QStringLiteral(", ")));
     // Files first: when one cannot be written, the error is all there is to read.
     if (const auto written = writeChart(request, name, period, *comparison, store.logScale()); !written)
-        co_return fail(written.error());
+        co_return fail(written.error().description());
     if (request.json)
         printLine(stdout, QString::fromUtf8(formatCompareJson(*comparison)));
     else
@@ -154,7 +155,7 @@ QString compareUsage()
         "built-in demo market service.");
 }
 
-std::expected<ListPeriod, QString> parsePeriodArgument(const QString& text)
+std::expected<ListPeriod, CommandLineError> parsePeriodArgument(const QString& text)
 {
     if (const auto preset = Timeframes::fromRawValue(text.toUpper()))
         return ListPeriod::forPreset(*preset);
@@ -165,16 +166,18 @@ std::expected<ListPeriod, QString> parsePeriodArgument(const QString& text)
         const QString start = text.left(dots);
         const QString end = text.mid(dots + 2);
         if (!DateLabel::parse(start) || (!end.isEmpty() && !DateLabel::parse(end)))
-            return std::unexpected(QStringLiteral("dates in a range are written yyyy-MM-dd: “%1”").arg(text));
+            return std::unexpected(
+                CommandLineError { QStringLiteral("dates in a range are written yyyy-MM-dd: “%1”").arg(text) });
         if (!end.isEmpty() && end < start)
-            return std::unexpected(QStringLiteral("the range “%1” ends before it starts").arg(text));
+            return std::unexpected(
+                CommandLineError { QStringLiteral("the range “%1” ends before it starts").arg(text) });
         return ListPeriod::forRange(start, end.isEmpty() ? std::nullopt : std::optional(end));
     }
-    return std::unexpected(
-        QStringLiteral("unknown period “%1”: use a preset such as 1Y, a scenario id, or START..END").arg(text));
+    return std::unexpected(CommandLineError {
+        QStringLiteral("unknown period “%1”: use a preset such as 1Y, a scenario id, or START..END").arg(text) });
 }
 
-std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& arguments)
+std::expected<CompareRequest, CommandLineError> parseCompareArguments(const QStringList& arguments)
 {
     CompareRequest request;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
@@ -193,7 +196,7 @@ std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& 
             || argument == QStringLiteral("--scale")) {
             const auto given = value();
             if (!given || given->trimmed().isEmpty())
-                return std::unexpected(argument + QStringLiteral(" needs a value"));
+                return std::unexpected(CommandLineError { argument + QStringLiteral(" needs a value") });
             if (argument == QStringLiteral("--benchmark")) {
                 request.benchmark = given->trimmed().toUpper();
             } else if (argument == QStringLiteral("--list")) {
@@ -205,7 +208,8 @@ std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& 
             } else if (argument == QStringLiteral("--scale")) {
                 const QString scale = given->trimmed();
                 if (scale != QStringLiteral("1") && scale != QStringLiteral("2") && scale != QStringLiteral("3"))
-                    return std::unexpected(QStringLiteral("--scale is 1, 2 or 3, not “%1”").arg(scale));
+                    return std::unexpected(
+                        CommandLineError { QStringLiteral("--scale is 1, 2 or 3, not “%1”").arg(scale) });
                 request.scale = scale.toInt();
             } else {
                 auto period = parsePeriodArgument(given->trimmed());
@@ -214,7 +218,7 @@ std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& 
                 request.period = *period;
             }
         } else if (argument.startsWith(QStringLiteral("--"))) {
-            return std::unexpected(QStringLiteral("unknown option ") + argument);
+            return std::unexpected(CommandLineError { QStringLiteral("unknown option ") + argument });
         } else {
             for (const QString& piece : argument.split(u',', Qt::SkipEmptyParts)) {
                 const QString symbol = piece.trimmed().toUpper();
@@ -224,15 +228,15 @@ std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& 
         }
     }
     if (request.listName && !request.symbols.isEmpty())
-        return std::unexpected(QStringLiteral("give ticker symbols or --list NAME, not both"));
+        return std::unexpected(CommandLineError { QStringLiteral("give ticker symbols or --list NAME, not both") });
     if (!request.listName && request.symbols.isEmpty())
-        return std::unexpected(QStringLiteral("give at least one ticker symbol, or --list NAME"));
+        return std::unexpected(CommandLineError { QStringLiteral("give at least one ticker symbol, or --list NAME") });
     if ((request.dark || request.scale) && !request.png && !request.svg)
-        return std::unexpected(QStringLiteral("--dark and --scale go with --png or --svg"));
+        return std::unexpected(CommandLineError { QStringLiteral("--dark and --scale go with --png or --svg") });
     if (request.symbols.size() > maxTickersPerList)
-        return std::unexpected(QStringLiteral("a comparison holds at most %1 tickers; %2 were given")
-                                   .arg(maxTickersPerList)
-                                   .arg(request.symbols.size()));
+        return std::unexpected(CommandLineError { QStringLiteral("a comparison holds at most %1 tickers; %2 were given")
+                                                      .arg(maxTickersPerList)
+                                                      .arg(request.symbols.size()) });
     return request;
 }
 
@@ -325,7 +329,7 @@ int runCompareCommand(const QStringList& arguments)
     }
     const auto request = parseCompareArguments(arguments);
     if (!request)
-        return fail(request.error());
+        return fail(request.error().description());
     const auto environment = Environment::read();
     if (!environment)
         return fail(environment.error().description());

@@ -27,10 +27,17 @@ struct CompareRequest {
     std::optional<int> scale; // device pixels per point of the PNG
 };
 
+// A command line that cannot be carried out; `description()` is the one line printed.
+struct CommandLineError {
+    QString message;
+
+    QString description() const { return message; }
+};
+
 // Reads the arguments after "compare".
-std::expected<CompareRequest, QString> parseCompareArguments(const QStringList& arguments);
+std::expected<CompareRequest, CommandLineError> parseCompareArguments(const QStringList& arguments);
 // "1Y", a scenario id, or "START..END" (END may be left out: up to today).
-std::expected<ListPeriod, QString> parsePeriodArgument(const QString& text);
+std::expected<ListPeriod, CommandLineError> parsePeriodArgument(const QString& text);
 
 QString compareUsage();
 // The table, the period covered, skipped tickers and a note on simulated data.

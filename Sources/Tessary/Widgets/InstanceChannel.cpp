@@ -53,16 +53,16 @@ void InstanceChannel::accept()
     }
 }
 
-std::expected<void, QString> InstanceChannel::sendShowWidgets()
+std::expected<void, InstanceError> InstanceChannel::sendShowWidgets()
 {
     // A one-shot command with no window of its own: waiting here blocks nothing else.
     QLocalSocket socket;
     socket.connectToServer(socketName());
     if (!socket.waitForConnected(connectMilliseconds))
-        return std::unexpected(noInstanceText.toString());
+        return std::unexpected(InstanceError { noInstanceText.toString() });
     socket.write(showWidgetsLine);
     if (!socket.waitForBytesWritten(connectMilliseconds))
-        return std::unexpected(socket.errorString());
+        return std::unexpected(InstanceError { socket.errorString() });
     socket.disconnectFromServer();
     if (socket.state() != QLocalSocket::UnconnectedState)
         socket.waitForDisconnected(connectMilliseconds);

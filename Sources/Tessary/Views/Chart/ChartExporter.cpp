@@ -14,11 +14,26 @@
 
 #include "ChartExportCard.h"
 
-namespace tessary::ChartExporter {
+namespace tessary {
 
 namespace {
 
 const QString saveFailedText = QStringLiteral("Couldn't save the image to %1: %2");
+const QString drawFailedText = QStringLiteral("Couldn't draw the chart image");
+
+} // namespace
+
+QString ExportError::description() const
+{
+    return kind == Kind::draw ? drawFailedText : saveFailedText.arg(QDir::toNativeSeparators(path), reason);
+}
+
+} // namespace tessary
+
+namespace tessary::ChartExporter {
+
+namespace {
+
 // Qt's PNG writer turns quality into zlib's level as (100 − quality) × 9 / 91, so 80 is level
 // 1: for a 2400-pixel card that halves the encoding time of the default and costs about 3 %
 // in size.
@@ -95,11 +110,11 @@ bool copy(const QImage& image)
     return true;
 }
 
-std::expected<void, QString> save(const QByteArray& bytes, const QString& path)
+std::expected<void, ExportError> save(const QByteArray& bytes, const QString& path)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        return std::unexpected(saveFailedText.arg(QDir::toNativeSeparators(path), file.errorString()));
+        return std::unexpected(ExportError { ExportError::Kind::write, path, file.errorString() });
     return {};
 }
 

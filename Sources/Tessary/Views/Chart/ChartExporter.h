@@ -9,6 +9,16 @@
 
 namespace tessary {
 
+// Why a chart image could not be made or written; `description()` is the line the window shows.
+struct ExportError {
+    enum class Kind { draw, write };
+    Kind kind;
+    QString path; // for `write`
+    QString reason; // the file system's words, for `write`
+
+    QString description() const;
+};
+
 class ChartExportCard;
 
 // Turns the export card into what leaves the app: a bitmap, PNG bytes, the clipboard, a file
@@ -31,7 +41,7 @@ std::optional<QByteArray> svg(const ChartExportCard& card);
 // "image/png". False when there was nothing to put there.
 bool copy(const QImage& image);
 // Writes `bytes` to `path` in one piece: the old file, or none, survives a failure.
-std::expected<void, QString> save(const QByteArray& bytes, const QString& path);
+std::expected<void, ExportError> save(const QByteArray& bytes, const QString& path);
 
 } // namespace ChartExporter
 

@@ -26,7 +26,6 @@ namespace {
 const QString copyText = QStringLiteral("Copy Chart Image");
 const QString saveText = QStringLiteral("Save Image…");
 const QString copiedText = QStringLiteral("Copied to clipboard");
-const QString drawFailedText = QStringLiteral("Couldn't draw the chart image");
 const QString pngFilter = QStringLiteral("PNG image (*.png)");
 constexpr int confirmationMilliseconds = 1600;
 constexpr int iconSize = 18;
@@ -167,18 +166,18 @@ void ChartExportControl::save()
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(dialog, &QFileDialog::fileSelected, this, [this](const QString& path) {
         if (const auto saved = saveTo(path); !saved)
-            showMessage(saved.error(), true);
+            showMessage(saved.error().description(), true);
     });
     dialog->open();
 }
 
-std::expected<void, QString> ChartExportControl::saveTo(const QString& path)
+std::expected<void, ExportError> ChartExportControl::saveTo(const QString& path)
 {
     const auto exported = card();
     const auto image = exported ? ChartExporter::image(*exported) : std::nullopt;
     const auto bytes = image ? ChartExporter::png(*image) : std::nullopt;
     if (!bytes)
-        return std::unexpected(drawFailedText);
+        return std::unexpected(ExportError { ExportError::Kind::draw, {}, {} });
     m_message->hide();
     return ChartExporter::save(*bytes, path);
 }

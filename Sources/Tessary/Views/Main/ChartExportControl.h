@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Tessary/Views/Chart/ChartExporter.h"
+
 #include <QWidget>
 
 #include <expected>
@@ -37,7 +39,7 @@ public:
     // The card of what the chart shows now; nothing while there is no chart.
     std::optional<ChartExportCard> card() const;
     // Renders the card and writes it to `path` in one piece.
-    std::expected<void, QString> saveTo(const QString& path);
+    std::expected<void, ExportError> saveTo(const QString& path);
 
 public Q_SLOTS:
     void copy();
