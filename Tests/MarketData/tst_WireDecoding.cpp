@@ -75,6 +75,7 @@ private Q_SLOTS:
     void bodies_data();
     void bodies();
     void pricesKeepNullsAndIgnoreUnknownKeys();
+    void shortColumnsEndInAbsentValues();
     void tickerColumnsBecomeRecords();
     void errorBodyMessage_data();
     void errorBodyMessage();
@@ -97,8 +98,8 @@ void WireDecodingTests::bodies_data()
     QTest::newRow("date with fraction") << "prices-date-fraction.json" << false << "series[0].dates[1]";
     QTest::newRow("date beyond 2^53") << "prices-date-beyond-2-53.json" << false << "series[0].dates[0]";
     QTest::newRow("dates null") << "prices-dates-null.json" << false << "series[0].dates";
-    QTest::newRow("performance short") << "prices-performance-short.json" << false << "series[0].performance";
-    QTest::newRow("adjClose long") << "prices-adjclose-long.json" << false << "series[0].adjClose";
+    QTest::newRow("performance short: the tail is absent") << "prices-performance-short.json" << true << "";
+    QTest::newRow("adjClose long: the excess is dropped") << "prices-adjclose-long.json" << true << "";
     QTest::newRow("missing range") << "prices-missing-range.json" << false << "range";
     QTest::newRow("range without interval") << "prices-range-missing-interval.json" << false << "range.interval";
     QTest::newRow("rankings null") << "prices-rankings-null.json" << false << "rankings";
@@ -194,6 +195,14 @@ void WireDecodingTests::pricesKeepNullsAndIgnoreUnknownKeys()
 
     const auto minimal = decodePricesEverywhere(body(QStringLiteral("prices-minimal.json")));
     QVERIFY(minimal && !minimal->skippedTickers && !minimal->dataFreshness && !minimal->dataSource);
+}
+
+void WireDecodingTests::shortColumnsEndInAbsentValues()
+{
+    const auto decoded = decodePricesEverywhere(body(QStringLiteral("prices-performance-short.json")));
+    QVERIFY(decoded);
+    const OptionalValues expected { 0.0, 0.01, std::nullopt };
+    QCOMPARE(decoded->series.front().performance, expected);
 }
 
 void WireDecodingTests::tickerColumnsBecomeRecords()

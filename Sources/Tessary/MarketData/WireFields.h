@@ -8,15 +8,6 @@
 
 namespace tessary {
 
-// Fails unless a column has exactly one value per date.
-template <class Node>
-bool sameLength(JsonReader<Node>& reader, std::size_t values, std::size_t dates, const JsonPath& at)
-{
-    if (values == dates)
-        return true;
-    return reader.fail(at, QStringLiteral("has %1 values for %2 dates").arg(values).arg(dates));
-}
-
 template <class Node> bool readFields(JsonReader<Node>& reader, const Node& node, const JsonPath& at, RangeSummary& out)
 {
     return reader.expect(node, at, JsonKind::object) && reader.required(node, at, "actual_start", out.actualStart)
@@ -30,10 +21,13 @@ template <class Node> bool readFields(JsonReader<Node>& reader, const Node& node
         || !reader.required(node, at, "dates", out.dates) || !reader.required(node, at, "performance", out.performance)
         || !reader.optional(node, at, "adjClose", out.adjClose))
         return false;
-    // Every column is read against `dates`; a short one would shift values onto the wrong bars.
-    if (!sameLength(reader, out.performance.size(), out.dates.size(), at.member("performance")))
-        return false;
-    return !out.adjClose || sameLength(reader, out.adjClose->size(), out.dates.size(), at.member("adjClose"));
+    // Columns line up with `dates` from the first bar. A column that stops short leaves its last
+    // bars without a value rather than losing the whole ticker (or, through the assembly, the
+    // whole list); values past the last date belong to no bar.
+    out.performance.resize(out.dates.size());
+    if (out.adjClose)
+        out.adjClose->resize(out.dates.size());
+    return true;
 }
 
 template <class Node>
