@@ -133,9 +133,11 @@ void MainWindowTests::welcomeLeadsToAChart()
 {
     ChartArea* area = m_window->chartArea();
     QCOMPARE(area->state(), ChartArea::State::welcome);
+    QVERIFY(!m_window->rankings()->isVisible()); // no rankings of nothing under the welcome
     auto* create = m_window->findChild<QPushButton*>(QStringLiteral("welcomeNewList"));
     QVERIFY(create);
     QTest::mouseClick(create, Qt::LeftButton);
+    QVERIFY(m_window->rankings()->isVisible());
     QCOMPARE(m_store->lists().size(), 1u);
     QTRY_COMPARE(area->state(), ChartArea::State::chart);
     QVERIFY(m_window->dataSourceBadge()->isVisible());

@@ -15,9 +15,9 @@ namespace tessary {
 namespace {
 
 const QString welcomeTitle = QStringLiteral("Compare anything against the market");
-const QString welcomeText = QStringLiteral(
-    "Make a list of up to 200 stocks, ETFs and funds, pick a benchmark, and see who beat it over "
-    "any period from one day to forty years.");
+const QString welcomeText
+    = QStringLiteral("Make a list of up to 200 stocks, ETFs and funds, pick a benchmark, and see who beat it over "
+                     "any period from one day to forty years.");
 const QString newListText = QStringLiteral("New comparison list");
 const QString curatedIntro = QStringLiteral("Or start from a curated list:");
 const QString loadingText = QStringLiteral("Loading prices…");
@@ -93,8 +93,8 @@ ChartArea::ChartArea(Store& store, QWidget* chart, QWidget* parent)
     chartLayout->addWidget(chart, 1);
     m_stack->addWidget(m_chartPage);
 
-    for (const auto signal : {&Store::comparisonChanged, &Store::selectionChanged, &Store::listsChanged,
-                              &Store::loadErrorChanged})
+    for (const auto signal :
+        { &Store::comparisonChanged, &Store::selectionChanged, &Store::listsChanged, &Store::loadErrorChanged })
         connect(&m_store, signal, this, &ChartArea::refresh);
     connect(&m_store, &Store::loadingChanged, this, &ChartArea::refresh);
     connect(&m_store, &Store::catalogChanged, this, &ChartArea::rebuildCuratedShortcuts);
@@ -116,6 +116,8 @@ QWidget* ChartArea::buildWelcome()
     auto* text = wrappingLabel(page);
     text->setText(welcomeText);
     text->setFixedWidth(520);
+    // A wrapped label is laid out one line high unless told otherwise, which cut the sentence.
+    text->setMinimumHeight(text->heightForWidth(520));
     auto* create = new QPushButton(QStringLiteral("+  ") + newListText, page);
     create->setObjectName(QStringLiteral("welcomeNewList"));
     create->setDefault(true);
@@ -227,7 +229,7 @@ void ChartArea::refresh()
     QStringList missing = comparison->skipped;
     for (const QString& ticker : m_store.selectedTickers()) {
         const bool drawn = std::any_of(comparison->series.begin(), comparison->series.end(),
-                                       [&](const ChartSeries& series) { return series.ticker == ticker; });
+            [&](const ChartSeries& series) { return series.ticker == ticker; });
         if (!drawn && !missing.contains(ticker))
             missing.append(ticker);
     }

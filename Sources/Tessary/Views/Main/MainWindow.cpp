@@ -290,6 +290,8 @@ void MainWindow::refreshHeader()
     m_title->setVisible(!title.isEmpty());
     m_subtitle->setVisible(!subtitle.isEmpty());
     m_saveAsMine->setVisible(m_store.selectedCollection() != nullptr);
+    // Rankings of nothing are noise on the welcome screen: they come with the first list.
+    m_rankings->setVisible(m_store.selection().has_value());
     m_dataSourceBadge->setVisible(comparison && comparison->dataSource == QStringLiteral("simulated"));
     setWindowTitle(title.isEmpty() ? appTitle : title + QStringLiteral(" — ") + appTitle);
 }
