@@ -14,7 +14,7 @@ namespace tessary::server {
 // One trading day of one symbol.
 struct DailyBar {
     QDate date;
-    double close = 0;    // as traded
+    double close = 0; // as traded
     double adjClose = 0; // split- and dividend-adjusted
 };
 

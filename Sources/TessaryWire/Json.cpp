@@ -18,18 +18,18 @@ namespace {
 Decoded<QJsonDocument> parseDocument(const QByteArray& bytes)
 {
     if (bytes.trimmed().isEmpty())
-        return std::unexpected(DecodingError{{}, QStringLiteral("the body is empty")});
+        return std::unexpected(DecodingError { {}, QStringLiteral("the body is empty") });
     // QJsonDocument replaces invalid UTF-8 silently; we would rather refuse the body than
     // show a mangled company name.
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     (void)utf8.decode(bytes);
     if (utf8.hasError())
-        return std::unexpected(DecodingError{{}, QStringLiteral("the body is not valid UTF-8")});
-    QJsonParseError error{};
+        return std::unexpected(DecodingError { {}, QStringLiteral("the body is not valid UTF-8") });
+    QJsonParseError error {};
     auto document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError)
-        return std::unexpected(DecodingError{
-            {}, QStringLiteral("%1 at offset %2").arg(error.errorString()).arg(error.offset)});
+        return std::unexpected(
+            DecodingError { {}, QStringLiteral("%1 at offset %2").arg(error.errorString()).arg(error.offset) });
     return document;
 }
 
@@ -41,7 +41,7 @@ Decoded<QJsonObject> parseJsonObject(const QByteArray& bytes)
     if (!document)
         return std::unexpected(document.error());
     if (!document->isObject())
-        return std::unexpected(DecodingError{{}, QStringLiteral("expected an object at the top level")});
+        return std::unexpected(DecodingError { {}, QStringLiteral("expected an object at the top level") });
     return document->object();
 }
 
@@ -51,7 +51,7 @@ Decoded<QJsonArray> parseJsonArray(const QByteArray& bytes)
     if (!document)
         return std::unexpected(document.error());
     if (!document->isArray())
-        return std::unexpected(DecodingError{{}, QStringLiteral("expected an array at the top level")});
+        return std::unexpected(DecodingError { {}, QStringLiteral("expected an array at the top level") });
     return document->array();
 }
 
@@ -59,7 +59,7 @@ QByteArray encodeJsonValue(const QJsonValue& value)
 {
     // QJsonDocument only writes arrays and objects; wrapping the value in a one-element array
     // reuses its escaping and number formatting exactly.
-    QByteArray wrapped = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+    QByteArray wrapped = QJsonDocument(QJsonArray { value }).toJson(QJsonDocument::Compact);
     return wrapped.mid(1, wrapped.size() - 2);
 }
 

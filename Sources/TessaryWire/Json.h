@@ -23,8 +23,7 @@ struct DecodingError {
     friend bool operator==(const DecodingError&, const DecodingError&) = default;
 };
 
-template <class T>
-using Decoded = std::expected<T, DecodingError>;
+template <class T> using Decoded = std::expected<T, DecodingError>;
 
 // Parses a whole document. Malformed text, invalid UTF-8 and an empty body are decoding
 // errors, never partial results.

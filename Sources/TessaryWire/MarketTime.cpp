@@ -49,8 +49,7 @@ QString date(const QDateTime& instant)
 QString time(const QDateTime& instant)
 {
     static const QLocale english(QLocale::English, QLocale::UnitedStates);
-    return english.toString(instant.toTimeZone(eastern()).time(), QStringLiteral("h:mm AP")) +
-           QStringLiteral(" ET");
+    return english.toString(instant.toTimeZone(eastern()).time(), QStringLiteral("h:mm AP")) + QStringLiteral(" ET");
 }
 
 QDateTime fromMilliseconds(double millisecondsSince1970)

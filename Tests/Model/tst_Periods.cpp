@@ -1,5 +1,5 @@
-#include "Tessary/Model/Model.h"
 #include "Support/TestSupport.h"
+#include "Tessary/Model/Model.h"
 
 #include <QTest>
 
@@ -34,14 +34,22 @@ void PeriodTests::storedPresetIsUpperCasedWithDefault_data()
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("expected");
     QTest::addColumn<bool>("exactMatch");
-    QTest::newRow("lower ytd") << "ytd" << "YTD" << false;
-    QTest::newRow("lower 5y") << "5y" << "5Y" << false;
-    QTest::newRow("6Y is not a preset") << "6Y" << "1Y" << false;
-    QTest::newRow("empty") << "" << "1Y" << false;
-    QTest::newRow("padded") << " 1M" << "1Y" << false;
-    QTest::newRow("15d") << "15d" << "15D" << false;
-    QTest::newRow("exact 40Y") << "40Y" << "40Y" << true;
-    QTest::newRow("exact 3D") << "3D" << "3D" << true;
+    QTest::newRow("lower ytd") << "ytd"
+                               << "YTD" << false;
+    QTest::newRow("lower 5y") << "5y"
+                              << "5Y" << false;
+    QTest::newRow("6Y is not a preset") << "6Y"
+                                        << "1Y" << false;
+    QTest::newRow("empty") << ""
+                           << "1Y" << false;
+    QTest::newRow("padded") << " 1M"
+                            << "1Y" << false;
+    QTest::newRow("15d") << "15d"
+                         << "15D" << false;
+    QTest::newRow("exact 40Y") << "40Y"
+                               << "40Y" << true;
+    QTest::newRow("exact 3D") << "3D"
+                              << "3D" << true;
 }
 
 void PeriodTests::storedPresetIsUpperCasedWithDefault()
@@ -100,23 +108,23 @@ void PeriodTests::clamp_data()
 
     const QDateTime now = utcInstant("2026-06-15T15:00:00Z");
     const auto day = [](const char* text) { return std::optional<QString>(QString::fromLatin1(text)); };
-    QTest::newRow("custom range over 40 years")
-        << "1950-01-01" << day("2026-01-01") << 40 << now << "1986-01-01" << "2026-01-01" << true;
-    QTest::newRow("exactly 40 years is kept")
-        << "1986-01-01" << day("2026-01-01") << 40 << now << "1986-01-01" << "2026-01-01" << false;
-    QTest::newRow("leap end, leap start")
-        << "1984-02-28" << day("2024-02-29") << 40 << now << "1984-02-29" << "2024-02-29" << true;
-    QTest::newRow("leap end into common year")
-        << "2023-02-27" << day("2024-02-29") << 1 << now << "2023-02-28" << "2024-02-29" << true;
-    QTest::newRow("start on the leap-day limit")
-        << "2023-02-28" << day("2024-02-29") << 1 << now << "2023-02-28" << "2024-02-29" << false;
+    QTest::newRow("custom range over 40 years") << "1950-01-01" << day("2026-01-01") << 40 << now << "1986-01-01"
+                                                << "2026-01-01" << true;
+    QTest::newRow("exactly 40 years is kept") << "1986-01-01" << day("2026-01-01") << 40 << now << "1986-01-01"
+                                              << "2026-01-01" << false;
+    QTest::newRow("leap end, leap start") << "1984-02-28" << day("2024-02-29") << 40 << now << "1984-02-29"
+                                          << "2024-02-29" << true;
+    QTest::newRow("leap end into common year") << "2023-02-27" << day("2024-02-29") << 1 << now << "2023-02-28"
+                                               << "2024-02-29" << true;
+    QTest::newRow("start on the leap-day limit") << "2023-02-28" << day("2024-02-29") << 1 << now << "2023-02-28"
+                                                 << "2024-02-29" << false;
     QTest::newRow("only ten characters are read")
-        << "2020-01-05T00:00:00Z" << day("2021-01-05 trailing") << 40 << now << "2020-01-05" << "2021-01-05"
-        << false;
-    QTest::newRow("unreadable start passes through")
-        << "soon" << day("2021-01-05") << 40 << now << "soon" << "2021-01-05" << false;
-    QTest::newRow("unreadable end means today")
-        << "2020-01-01" << day("2021-13-01") << 40 << now << "2020-01-01" << "2026-06-15" << false;
+        << "2020-01-05T00:00:00Z" << day("2021-01-05 trailing") << 40 << now << "2020-01-05"
+        << "2021-01-05" << false;
+    QTest::newRow("unreadable start passes through") << "soon" << day("2021-01-05") << 40 << now << "soon"
+                                                     << "2021-01-05" << false;
+    QTest::newRow("unreadable end means today") << "2020-01-01" << day("2021-13-01") << 40 << now << "2020-01-01"
+                                                << "2026-06-15" << false;
     // 03:30 UTC is still the previous evening in New York (and already noon in Tokyo).
     QTest::newRow("open end just after midnight UTC")
         << "2023-01-01" << std::optional<QString>() << 40 << utcInstant("2026-11-22T03:30:00Z") << "2023-01-01"
@@ -149,16 +157,17 @@ void PeriodTests::label_data()
 {
     QTest::addColumn<ListPeriod>("period");
     QTest::addColumn<QString>("label");
-    const auto scenario = [](const char* id) { return ListPeriod::forScenario(*Scenario::find(QString::fromLatin1(id))); };
+    const auto scenario
+        = [](const char* id) { return ListPeriod::forScenario(*Scenario::find(QString::fromLatin1(id))); };
     QTest::newRow("dates stripped") << scenario("ai-boom") << "AI Boom";
     QTest::newRow("month stripped") << scenario("covid-crash") << "COVID Crash";
     QTest::newRow("nothing to strip") << scenario("q4-2018") << "Q4 2018 Selloff";
     QTest::newRow("slash kept") << scenario("911-reaction") << "9/11 Market Reaction";
-    QTest::newRow("scenario left the table")
-        << ListPeriod{Timeframe::oneYear, QStringLiteral("old-episode"), QStringLiteral("2001-01-01"), {}} << "Scenario";
+    QTest::newRow("scenario left the table") << ListPeriod { Timeframe::oneYear, QStringLiteral("old-episode"),
+        QStringLiteral("2001-01-01"), {} } << "Scenario";
     QTest::newRow("custom range") << ListPeriod::forRange(QStringLiteral("2001-01-01"), {}) << "Custom range";
     QTest::newRow("scenario id without range is the preset")
-        << ListPeriod{Timeframe::ytd, QStringLiteral("ai-boom"), {}, {}} << "YTD";
+        << ListPeriod { Timeframe::ytd, QStringLiteral("ai-boom"), {}, {} } << "YTD";
     QTest::newRow("preset") << ListPeriod::forPreset(Timeframe::fifteenDay) << "15D";
 }
 
@@ -174,21 +183,21 @@ void PeriodTests::effectiveRange_data()
     QTest::addColumn<ListPeriod>("period");
     QTest::addColumn<std::optional<ClampedRange>>("expected");
     const auto range = [](const char* start, const char* end, bool truncated) {
-        return std::optional(ClampedRange{QString::fromLatin1(start), QString::fromLatin1(end), truncated});
+        return std::optional(ClampedRange { QString::fromLatin1(start), QString::fromLatin1(end), truncated });
     };
-    QTest::newRow("preset asks the service") << ListPeriod::forPreset(Timeframe::fiveYear) << std::optional<ClampedRange>();
+    QTest::newRow("preset asks the service")
+        << ListPeriod::forPreset(Timeframe::fiveYear) << std::optional<ClampedRange>();
     QTest::newRow("open scenario ends today")
         << ListPeriod::forScenario(*Scenario::find(u"ai-boom")) << range("2023-01-01", "2026-11-21", false);
     // The scenario's own dates win over whatever range the list carries.
-    QTest::newRow("scenario ignores stored range")
-        << ListPeriod{Timeframe::oneYear, QStringLiteral("brexit"), QStringLiteral("1999-01-01"), QStringLiteral("1999-02-01")}
-        << range("2016-06-20", "2016-07-08", false);
-    QTest::newRow("unknown scenario uses its own range")
-        << ListPeriod{Timeframe::oneYear, QStringLiteral("gone"), QStringLiteral("2010-03-01"), QStringLiteral("2011-03-01")}
-        << range("2010-03-01", "2011-03-01", false);
-    QTest::newRow("custom range is clamped")
-        << ListPeriod::forRange(QStringLiteral("1950-01-01"), QStringLiteral("2026-01-01"))
-        << range("1986-01-01", "2026-01-01", true);
+    QTest::newRow("scenario ignores stored range") << ListPeriod { Timeframe::oneYear, QStringLiteral("brexit"),
+        QStringLiteral("1999-01-01"), QStringLiteral("1999-02-01") }
+                                                   << range("2016-06-20", "2016-07-08", false);
+    QTest::newRow("unknown scenario uses its own range") << ListPeriod { Timeframe::oneYear, QStringLiteral("gone"),
+        QStringLiteral("2010-03-01"), QStringLiteral("2011-03-01") }
+                                                         << range("2010-03-01", "2011-03-01", false);
+    QTest::newRow("custom range is clamped") << ListPeriod::forRange(QStringLiteral("1950-01-01"),
+        QStringLiteral("2026-01-01")) << range("1986-01-01", "2026-01-01", true);
 }
 
 void PeriodTests::effectiveRange()
@@ -203,12 +212,15 @@ void PeriodTests::multiPeriodsDecode_data()
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QString>("canonical");
     const QString defaults = QStringLiteral("1D,1W,1M,6M,1Y,3Y,5Y,10Y");
-    QTest::newRow("empty pieces, unknown and duplicates") << "5Y,,XX,1D,5Y" << "1D,5Y";
+    QTest::newRow("empty pieces, unknown and duplicates") << "5Y,,XX,1D,5Y"
+                                                          << "1D,5Y";
     QTest::newRow("empty text") << "" << defaults;
     QTest::newRow("nothing readable") << "XX" << defaults;
     QTest::newRow("not upper-cased") << "1d,ytd" << defaults;
-    QTest::newRow("order does not matter") << "40Y,YTD,15D" << "15D,YTD,40Y";
-    QTest::newRow("spaces are not trimmed") << " 1D,2D" << "2D";
+    QTest::newRow("order does not matter") << "40Y,YTD,15D"
+                                           << "15D,YTD,40Y";
+    QTest::newRow("spaces are not trimmed") << " 1D,2D"
+                                            << "2D";
 }
 
 void PeriodTests::multiPeriodsDecode()

@@ -13,7 +13,7 @@ namespace tessary {
 
 QStringList starterTickers()
 {
-    return {QStringLiteral("AAPL"), QStringLiteral("MSFT"), QStringLiteral("NVDA"), QStringLiteral("AMZN")};
+    return { QStringLiteral("AAPL"), QStringLiteral("MSFT"), QStringLiteral("NVDA"), QStringLiteral("AMZN") };
 }
 
 double currentTimeMilliseconds()
@@ -38,8 +38,8 @@ std::optional<QUuid> parseUuid(QStringView text)
     return QUuid::fromString(text);
 }
 
-ComparisonList ComparisonList::create(QString name, QStringList tickers, QString benchmark, Timeframe preset,
-                                      std::optional<QUuid> id, double now)
+ComparisonList ComparisonList::create(
+    QString name, QStringList tickers, QString benchmark, Timeframe preset, std::optional<QUuid> id, double now)
 {
     ComparisonList list;
     list.id = id.value_or(QUuid::createUuid());
@@ -137,7 +137,7 @@ QByteArray ComparisonList::listToJson(const std::vector<ComparisonList>& lists)
 size_t qHash(const ComparisonList& list, size_t seed)
 {
     return qHashMulti(seed, list.id, list.name, list.tickers, list.benchmark, list.period(), list.createdAt,
-                      list.lastModifiedAt, list.lastAccessedAt);
+        list.lastModifiedAt, list.lastAccessedAt);
 }
 
 } // namespace tessary

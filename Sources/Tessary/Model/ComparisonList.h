@@ -50,11 +50,10 @@ struct ComparisonList {
 
     // A new list: a fresh id unless one is given, no range, all three timestamps `now`.
     static ComparisonList create(QString name, QStringList tickers,
-                                 QString benchmark = QString::fromLatin1(defaultBenchmark),
-                                 Timeframe preset = defaultTimeframe, std::optional<QUuid> id = std::nullopt,
-                                 double now = currentTimeMilliseconds());
+        QString benchmark = QString::fromLatin1(defaultBenchmark), Timeframe preset = defaultTimeframe,
+        std::optional<QUuid> id = std::nullopt, double now = currentTimeMilliseconds());
 
-    ListPeriod period() const { return ListPeriod{preset, scenario, rangeStart, rangeEnd}; }
+    ListPeriod period() const { return ListPeriod { preset, scenario, rangeStart, rangeEnd }; }
     void setPeriod(const ListPeriod& period);
 
     // Only id, name and tickers are required; the rest cascade to defaults (a missing

@@ -13,12 +13,12 @@ const QString unknownScenarioLabel = QStringLiteral("Scenario");
 
 ListPeriod ListPeriod::forScenario(const Scenario& scenario, Timeframe preset)
 {
-    return ListPeriod{preset, scenario.id, scenario.start, scenario.end};
+    return ListPeriod { preset, scenario.id, scenario.start, scenario.end };
 }
 
 ListPeriod ListPeriod::forRange(QString start, std::optional<QString> end, Timeframe preset)
 {
-    return ListPeriod{preset, std::nullopt, std::move(start), std::move(end)};
+    return ListPeriod { preset, std::nullopt, std::move(start), std::move(end) };
 }
 
 const Scenario* ListPeriod::activeScenario() const
@@ -62,7 +62,7 @@ size_t qHash(const ListPeriod& period, size_t seed)
 {
     const auto optionalText = [](const std::optional<QString>& text) { return text ? u'+' + *text : QString(); };
     return qHashMulti(seed, Timeframes::rawValue(period.preset), optionalText(period.scenario),
-                      optionalText(period.rangeStart), optionalText(period.rangeEnd));
+        optionalText(period.rangeStart), optionalText(period.rangeEnd));
 }
 
 } // namespace tessary

@@ -20,7 +20,7 @@ struct ListPeriod {
 
     friend bool operator==(const ListPeriod&, const ListPeriod&) = default;
 
-    static ListPeriod forPreset(Timeframe preset) { return ListPeriod{preset, {}, {}, {}}; }
+    static ListPeriod forPreset(Timeframe preset) { return ListPeriod { preset, {}, {}, {} }; }
     static ListPeriod forScenario(const Scenario& scenario, Timeframe preset = defaultTimeframe);
     static ListPeriod forRange(QString start, std::optional<QString> end, Timeframe preset = defaultTimeframe);
 

@@ -11,23 +11,23 @@ QString FileError::description() const
     return QStringLiteral("Couldn’t write %1: %2").arg(path, reason);
 }
 
-std::expected<void, FileError> writeFileAtomically(const QString& path, const QByteArray& bytes,
-                                                   std::optional<QFileDevice::Permissions> permissions)
+std::expected<void, FileError> writeFileAtomically(
+    const QString& path, const QByteArray& bytes, std::optional<QFileDevice::Permissions> permissions)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
-        return std::unexpected(FileError{path, file.errorString()});
+        return std::unexpected(FileError { path, file.errorString() });
     if (permissions && !file.setPermissions(*permissions)) {
         file.cancelWriting();
-        return std::unexpected(FileError{path, QStringLiteral("could not restrict its permissions")});
+        return std::unexpected(FileError { path, QStringLiteral("could not restrict its permissions") });
     }
     if (file.write(bytes) != bytes.size()) {
         const QString reason = file.errorString();
         file.cancelWriting();
-        return std::unexpected(FileError{path, reason});
+        return std::unexpected(FileError { path, reason });
     }
     if (!file.commit())
-        return std::unexpected(FileError{path, file.errorString()});
+        return std::unexpected(FileError { path, file.errorString() });
     return {};
 }
 

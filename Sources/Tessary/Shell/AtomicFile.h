@@ -19,8 +19,8 @@ struct FileError {
 // Writes through a temporary file in the same directory and renames it over the old one, so
 // a crash or a full disk leaves the complete old file. `permissions`, when given, are set on
 // the temporary file before the rename (a token file must never exist world-readable).
-std::expected<void, FileError> writeFileAtomically(const QString& path, const QByteArray& bytes,
-                                                   std::optional<QFileDevice::Permissions> permissions = {});
+std::expected<void, FileError> writeFileAtomically(
+    const QString& path, const QByteArray& bytes, std::optional<QFileDevice::Permissions> permissions = {});
 
 // The whole file, or nothing when it is missing or unreadable.
 std::optional<QByteArray> readWholeFile(const QString& path);

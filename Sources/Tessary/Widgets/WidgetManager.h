@@ -1,8 +1,8 @@
 #pragma once
 
-#include "TessaryWire/Timeframe.h"
 #include "Tessary/Shell/FeatureFlags.h"
 #include "Tessary/Store/SidebarItem.h"
+#include "TessaryWire/Timeframe.h"
 
 #include <QByteArray>
 #include <QHash>

@@ -2,8 +2,8 @@
 
 #include "Tessary/MarketData/Cancellation.h"
 #include "Tessary/Model/Comparison.h"
-#include "TessaryWire/Timeframe.h"
 #include "Tessary/Store/SidebarItem.h"
+#include "TessaryWire/Timeframe.h"
 
 #include <QCoroTask>
 #include <QDateTime>

@@ -7,10 +7,10 @@
 
 #include "Tessary/Model/DateLabel.h"
 #include "Tessary/Model/Format.h"
-#include "TessaryWire/MarketTime.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 #include "Tessary/Views/Chart/ChartView.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QActionGroup>
 #include <QHBoxLayout>

@@ -2,9 +2,9 @@
 
 #include "Tessary/Model/DateLabel.h"
 #include "Tessary/Model/Format.h"
-#include "TessaryWire/MarketTime.h"
 #include "Tessary/Model/Palette.h"
 #include "Tessary/Views/Chart/ChartView.h"
+#include "TessaryWire/MarketTime.h"
 
 #include <QEvent>
 #include <QGuiApplication>

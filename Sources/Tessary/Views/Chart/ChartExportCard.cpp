@@ -10,9 +10,9 @@
 #include "ChartPainter.h"
 #include "ChartScale.h"
 #include "ChartView.h"
-#include "Tessary/Model/Palette.h"
 #include "EndLabels.h"
 #include "Tessary/Model/DateLabel.h"
+#include "Tessary/Model/Palette.h"
 #include "TessaryWire/MarketTime.h"
 
 namespace tessary {

@@ -67,7 +67,8 @@ PeriodBar::PeriodBar(Store& store, QWidget* parent)
     for (const Timeframe timeframe : Timeframes::all()) {
         if (std::find(primary.begin(), primary.end(), timeframe) != primary.end())
             continue;
-        moreMenu->addAction(Timeframes::rawValue(timeframe), this, [this, timeframe] { m_store.setTimeframe(timeframe); });
+        moreMenu->addAction(
+            Timeframes::rawValue(timeframe), this, [this, timeframe] { m_store.setTimeframe(timeframe); });
     }
     m_more->setMenu(moreMenu);
     layout->addWidget(m_more);
@@ -117,7 +118,7 @@ void PeriodBar::buildCustomRangeMenu()
     auto* layout = new QFormLayout(form);
     auto* start = new QDateEdit(form);
     auto* end = new QDateEdit(form);
-    for (QDateEdit* edit : {start, end}) {
+    for (QDateEdit* edit : { start, end }) {
         edit->setCalendarPopup(true);
         edit->setDisplayFormat(QString::fromLatin1(MarketTime::dateFormat));
         edit->setMinimumDate(QDate(1970, 1, 1));
@@ -150,7 +151,7 @@ void PeriodBar::buildCustomRangeMenu()
         if (!untilToday->isChecked() && to < from)
             std::swap(from, to);
         m_store.setCustomRange(MarketTime::formatDate(from),
-                               untilToday->isChecked() ? std::nullopt : std::optional(MarketTime::formatDate(to)));
+            untilToday->isChecked() ? std::nullopt : std::optional(MarketTime::formatDate(to)));
         menu->close();
     });
 }
