@@ -4,6 +4,7 @@
 #include "Pkce.h"
 
 #include "Tessary/MarketData/APIClient.h"
+#include "Tessary/Shell/NetworkReply.h"
 
 #include <QCoroNetworkReply>
 #include <QDesktopServices>
@@ -25,17 +26,6 @@ namespace {
 const QString credentialsFileName = QStringLiteral("account.json");
 const QString connectPath = QStringLiteral("connect/mac");
 const QString fallbackComputerName = QStringLiteral("Mac");
-
-struct ReplyDeleter {
-    void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
-};
-
-QUrl below(const QUrl& base, const QString& path)
-{
-    QUrl url = base;
-    url.setPath(url.path().endsWith(u'/') ? url.path() + path : url.path() + u'/' + path);
-    return url;
-}
 
 std::optional<QString> jsonText(const QByteArray& body, QLatin1StringView key)
 {
@@ -123,7 +113,7 @@ QCoro::Task<std::expected<void, AccountError>> AccountService::runSignIn()
     if (!port)
         co_return std::unexpected(port.error());
 
-    QUrl url = below(m_web, connectPath);
+    QUrl url = urlBelow(m_web, connectPath);
     QUrlQuery query;
     query.setQueryItems(
         { { QStringLiteral("challenge"), Pkce::challenge(verifier) }, { QStringLiteral("state"), state },
@@ -227,7 +217,7 @@ QCoro::Task<std::expected<AccountReply, AccountError>> AccountService::send(
     QPointer<AccountService> self(this);
     if (!m_network || m_server.isEmpty())
         co_return std::unexpected(AccountError::transport(QStringLiteral("The account service is not running.")));
-    QNetworkRequest request(below(m_server, path));
+    QNetworkRequest request(urlBelow(m_server, path));
     request.setTransferTimeout(static_cast<int>(APIClient::defaultTimeout.count()));
     if (m_token)
         request.setRawHeader("Authorization", "Bearer " + m_token->toUtf8());
@@ -236,8 +226,7 @@ QCoro::Task<std::expected<AccountReply, AccountError>> AccountService::send(
         request.setRawHeader("Content-Type", "application/json");
     for (const auto& [name, value] : headers)
         request.setRawHeader(name, value);
-    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(
-        m_network->sendCustomRequest(request, method, body.value_or(QByteArray())));
+    const OwnedReply reply(m_network->sendCustomRequest(request, method, body.value_or(QByteArray())));
     co_await reply.get();
     if (!self)
         co_return std::unexpected(AccountError::cancelled());

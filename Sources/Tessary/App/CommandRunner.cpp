@@ -14,7 +14,9 @@ namespace tessary {
 
 void printLine(std::FILE* stream, const QString& text)
 {
-    std::fprintf(stream, "%s\n", qPrintable(text));
+    // UTF-8 whatever the locale: the texts carry "…", "–" and curly quotes.
+    std::fputs(text.toUtf8().constData(), stream);
+    std::fputc('\n', stream);
     std::fflush(stream);
 }
 

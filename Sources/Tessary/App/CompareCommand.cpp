@@ -1,5 +1,6 @@
 #include "CompareCommand.h"
 
+#include "CommandRunner.h"
 #include "ServiceLauncher.h"
 
 #include "Tessary/Model/DateLabel.h"
@@ -28,13 +29,6 @@ const QString simulatedNote
 const QString missingValue = QStringLiteral("NA");
 const QString pngOption = QStringLiteral("--png");
 const QString svgOption = QStringLiteral("--svg");
-
-void printLine(std::FILE* stream, const QString& text)
-{
-    std::fputs(text.toUtf8().constData(), stream);
-    std::fputc('\n', stream);
-    std::fflush(stream);
-}
 
 int fail(const QString& message)
 {

@@ -1,5 +1,7 @@
 #include "APIClient.h"
 
+#include "Tessary/Shell/NetworkReply.h"
+
 #include "TickerInfos.h"
 #include "WireDecoding.h"
 
@@ -15,10 +17,6 @@
 namespace tessary {
 
 namespace {
-
-struct ReplyDeleter {
-    void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
-};
 
 // The process's one network manager, owned by the application so it goes away with it.
 QNetworkAccessManager* sharedNetwork()
@@ -54,7 +52,7 @@ QCoro::Task<MarketDataResult<ReplyBody>> send(
         co_return std::unexpected(RequestCancelled {});
     if (!network)
         network = sharedNetwork();
-    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(network->get(request));
+    const OwnedReply reply(network->get(request));
     cancellation.attach(reply.get());
     co_await reply.get();
     cancellation.detach();
@@ -131,11 +129,7 @@ QueryItems APIClient::relatedQuery(const QStringList& symbols, int limit)
 
 QUrl APIClient::endpointURL(const QString& path, const QueryItems& items) const
 {
-    QUrl url = m_baseURL;
-    QString fullPath = url.path();
-    if (!fullPath.endsWith(u'/'))
-        fullPath += u'/';
-    url.setPath(fullPath + path);
+    QUrl url = urlBelow(m_baseURL, path);
     if (items.isEmpty()) {
         url.setQuery(QString());
     } else {

@@ -1,6 +1,7 @@
 #include "ReferenceData.h"
 
 #include "Tessary/Shell/AtomicFile.h"
+#include "Tessary/Shell/NetworkReply.h"
 
 #include <QCoroNetworkReply>
 #include <QNetworkAccessManager>
@@ -14,10 +15,6 @@ namespace tessary {
 namespace {
 
 const QString catalogPath = QStringLiteral("data/collections.json");
-
-struct ReplyDeleter {
-    void operator()(QNetworkReply* reply) const { reply->deleteLater(); }
-};
 
 } // namespace
 
@@ -68,13 +65,11 @@ QCoro::Task<> ReferenceData::loadUniverse(APIClient client)
 QCoro::Task<> ReferenceData::loadCatalog(QNetworkAccessManager* network, QUrl web)
 {
     QPointer<ReferenceData> self(this);
-    QUrl url = web;
-    url.setPath(url.path().endsWith(u'/') ? url.path() + catalogPath : url.path() + u'/' + catalogPath);
-    QNetworkRequest request(url);
+    QNetworkRequest request(urlBelow(web, catalogPath));
     request.setHeader(QNetworkRequest::UserAgentHeader, QString(APIClient::userAgent));
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferNetwork);
     request.setTransferTimeout(static_cast<int>(APIClient::defaultTimeout.count()));
-    const std::unique_ptr<QNetworkReply, ReplyDeleter> reply(network->get(request));
+    const OwnedReply reply(network->get(request));
     co_await reply.get();
     if (!self)
         co_return;
