@@ -2,8 +2,10 @@
 // terminal.
 
 #include "Tessary/App/AccountCommand.h"
+#include "Tessary/App/CommandRunner.h"
 #include "Tessary/App/CompareCommand.h"
 #include "Tessary/App/ListCommand.h"
+#include "Tessary/App/ProgramHelp.h"
 #include "Tessary/App/ServiceLauncher.h"
 #include "Tessary/Model/Palette.h"
 #include "Tessary/Shell/Environment.h"
@@ -212,6 +214,10 @@ int runWindow(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    if (argc == 2 && (qstrcmp(argv[1], "--help") == 0 || qstrcmp(argv[1], "-h") == 0)) {
+        printLine(stdout, programUsage());
+        return 0;
+    }
     if (argc > 1 && qstrcmp(argv[1], "compare") == 0) {
         QStringList arguments;
         for (int i = 2; i < argc; ++i)
