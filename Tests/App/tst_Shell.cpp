@@ -1,6 +1,7 @@
 #include "Support/FixtureServer.h"
 #include "Support/TaskRunner.h"
 #include "Support/TestSupport.h"
+#include "Tessary/App/SnapshotMode.h"
 #include "Tessary/Shell/Support.h"
 #include "Tessary/Shell/UpdateCheck.h"
 #include "TessaryServer/Http/ServerEngine.h"
@@ -33,6 +34,8 @@ private Q_SLOTS:
     void serverAnnouncesTheRelease();
     void brokenFeedIsOneLine_data();
     void brokenFeedIsOneLine();
+    void snapshotVariables_data();
+    void snapshotVariables();
 
 private:
     QTemporaryDir m_serverData;
@@ -196,6 +199,50 @@ void ShellTests::brokenFeedIsOneLine()
     QVERIFY2(result, "the check did not end");
     QVERIFY(!*result);
     QCOMPARE(result->error().description(), QStringLiteral("Could not check for updates: ") + line);
+}
+
+void ShellTests::snapshotVariables_data()
+{
+    QTest::addColumn<QString>("window");
+    QTest::addColumn<QString>("scroll");
+    QTest::addColumn<QString>("size");
+    QTest::addColumn<QString>("read"); // "window rows WxH", or the error line
+    QTest::newRow("defaults") << QString() << QString() << QString() << "0 0 none";
+    QTest::newRow("settings") << "settings" << QString() << "800x600"
+                              << "1 0 800x600";
+    QTest::newRow("widget scrolled") << "widget"
+                                     << "12" << QString() << "2 12 none";
+    QTest::newRow("unknown window") << "Main" << QString() << QString()
+                                    << "TESSARY_SNAPSHOT_WINDOW is not main, settings or widget: “Main”";
+    QTest::newRow("negative scroll") << "main"
+                                     << "-3" << QString() << "TESSARY_SNAPSHOT_SCROLL is not a number of rows: “-3”";
+    QTest::newRow("size without height") << "main" << QString() << "800x"
+                                         << "TESSARY_SNAPSHOT_SIZE is not WIDTHxHEIGHT: “800x”";
+}
+
+void ShellTests::snapshotVariables()
+{
+    QFETCH(QString, window);
+    QFETCH(QString, scroll);
+    QFETCH(QString, size);
+    QFETCH(QString, read);
+    Environment environment;
+    QVERIFY(!SnapshotRequest::from(environment).value()); // no TESSARY_SNAPSHOT, no snapshot
+    environment.snapshot = QStringLiteral("/tmp/shot.png");
+    const auto given = [](const QString& text) { return text.isNull() ? std::nullopt : std::optional(text); };
+    environment.snapshotWindow = given(window);
+    environment.snapshotScroll = given(scroll);
+    environment.snapshotSize = given(size);
+    const auto request = SnapshotRequest::from(environment);
+    const QString got = !request
+        ? request.error()
+        : QStringLiteral("%1 %2 %3")
+              .arg(static_cast<int>((*request)->window))
+              .arg((*request)->scrollRows)
+              .arg((*request)->size
+                      ? QStringLiteral("%1x%2").arg((*request)->size->width()).arg((*request)->size->height())
+                      : QStringLiteral("none"));
+    QCOMPARE(got, read);
 }
 
 QTEST_GUILESS_MAIN(ShellTests)
