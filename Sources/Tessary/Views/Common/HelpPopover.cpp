@@ -12,6 +12,7 @@ namespace tessary {
 namespace {
 
 constexpr int popoverWidth = 340;
+constexpr int margin = 14;
 
 } // namespace
 
@@ -22,16 +23,20 @@ HelpPopover::HelpPopover(const HelpTopic& topic, QWidget* parent)
     setAttribute(Qt::WA_DeleteOnClose);
     setFrameShape(QFrame::StyledPanel);
     auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(14, 12, 14, 12);
+    layout->setContentsMargins(margin, 12, margin, 12);
     m_title = new QLabel(topic.title.toString(), this);
     QFont bold = m_title->font();
     bold.setBold(true);
     m_title->setFont(bold);
     m_body = new QLabel(topic.body.toString(), this);
     m_body->setWordWrap(true);
+    // A popup sizes itself before any layout pass could wrap the text: the body is given
+    // its width, and the height that width needs, up front.
+    const int bodyWidth = popoverWidth - 2 * margin - 2 * frameWidth();
+    m_body->setFixedSize(bodyWidth, m_body->heightForWidth(bodyWidth));
     layout->addWidget(m_title);
     layout->addWidget(m_body);
-    setFixedWidth(popoverWidth);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
 }
 
 HelpPopover* HelpPopover::open(const HelpTopic& topic, const QPoint& anchor, QWidget* parent)

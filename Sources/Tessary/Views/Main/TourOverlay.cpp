@@ -1,5 +1,6 @@
 #include "TourOverlay.h"
 
+#include <QApplication>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -70,6 +71,7 @@ TourOverlay::TourOverlay(std::vector<Step> steps, QWidget& window)
     connect(m_skip, &QPushButton::clicked, this, &TourOverlay::dismiss);
     // Follows the window's size, so the spotlight stays on its control.
     window.installEventFilter(this);
+    qApp->installEventFilter(this);
     setGeometry(window.rect());
     QWidget::show();
     raise();
@@ -126,6 +128,7 @@ void TourOverlay::place()
 void TourOverlay::dismiss()
 {
     parentWidget()->removeEventFilter(this);
+    qApp->removeEventFilter(this);
     Q_EMIT dismissed();
     close();
 }
@@ -147,21 +150,21 @@ void TourOverlay::paintEvent(QPaintEvent*)
     painter.fillPath(dim, QColor(0, 0, 0, 110));
 }
 
-void TourOverlay::keyPressEvent(QKeyEvent* event)
+bool TourOverlay::handleKey(int key)
 {
-    switch (event->key()) {
+    switch (key) {
     case Qt::Key_Escape:
         dismiss();
-        return;
+        return true;
     case Qt::Key_Right:
         m_next->click();
-        return;
+        return true;
     case Qt::Key_Left:
         if (m_step > 0)
             showStep(m_step - 1);
-        return;
+        return true;
     default:
-        QWidget::keyPressEvent(event);
+        return false;
     }
 }
 
@@ -170,6 +173,13 @@ bool TourOverlay::eventFilter(QObject* watched, QEvent* event)
     if (watched == parentWidget() && event->type() == QEvent::Resize) {
         setGeometry(parentWidget()->rect());
         place();
+    }
+    // Whichever control of the window has the keyboard (the sidebar keeps it after a start),
+    // the tour's keys are the tour's while it covers the window.
+    if (event->type() == QEvent::KeyPress) {
+        auto* widget = qobject_cast<QWidget*>(watched);
+        if (widget && widget->window() == window())
+            return handleKey(static_cast<QKeyEvent*>(event)->key());
     }
     return false;
 }

@@ -46,13 +46,13 @@ Q_SIGNALS:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void showStep(int step);
     void dismiss();
     void place();
+    bool handleKey(int key);
 
     std::vector<Step> m_steps;
     int m_step = 0;

@@ -40,7 +40,7 @@ UpdateWindow::UpdateWindow(QWidget* parent)
     layout->addWidget(m_notes);
     layout->addStretch(1);
     layout->addLayout(buttons);
-    resize(420, 160);
+    setMinimumWidth(420);
 }
 
 void UpdateWindow::check(const std::optional<QUrl>& feed, bool quiet)
@@ -91,6 +91,7 @@ void UpdateWindow::present(const QString& headline, const QString& notes, const 
     m_notes->setVisible(!notes.isEmpty());
     m_downloadUrl = download;
     m_download->setVisible(download.isValid() && !download.isEmpty());
+    adjustSize();
 }
 
 } // namespace tessary
