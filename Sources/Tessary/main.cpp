@@ -147,8 +147,8 @@ int runWindow(int argc, char** argv)
     }
     const QString dataDirectory = environment->dataDir.value_or(Store::defaultDataDirectory());
     // One app per set of lists: a second start raises the first one's window instead of
-    // opening the same files and a second service on the same database. A snapshot only
-    // reads, so it may run beside the app it pictures.
+    // opening the same files and a second service on the same database. A snapshot is a
+    // short unattended run that keeps nothing, so it may picture the app while one is open.
     InstanceChannel channel(dataDirectory);
     if (!*snapshot) {
         switch (channel.listen()) {
