@@ -23,7 +23,7 @@ HelpMenu::HelpMenu(QMenu& menu, Store& store, const Environment& environment, QW
 {
     m_tour = menu.addAction(tourText.toString());
     menu.addSeparator();
-    m_checkUpdates = menu.addAction(checkUpdatesText.toString(), this, [this] { checkForUpdates(false); });
+    menu.addAction(checkUpdatesText.toString(), this, [this] { checkForUpdates(false); });
     menu.addSeparator();
     menu.addAction(contactText.toString(), this, &HelpMenu::writeToSupport);
     menu.addAction(emailText.toString(), this, &HelpMenu::writeToSupport);

@@ -28,8 +28,6 @@ public:
     HelpMenu(QMenu& menu, Store& store, const Environment& environment, QWidget& window);
 
     QAction* tourAction() const { return m_tour; }
-    QAction* checkUpdatesAction() const { return m_checkUpdates; }
-    QString supportAddress() const { return m_address; }
     // The update window, once a check has opened it.
     UpdateWindow* updateWindow() const { return m_updates; }
     // The feed the check reads: TESSARY_UPDATE_FEED, or the one below the web origin once
@@ -47,7 +45,6 @@ private:
     std::optional<QUrl> m_feed;
     QString m_address;
     QAction* m_tour = nullptr;
-    QAction* m_checkUpdates = nullptr;
     UpdateWindow* m_updates = nullptr;
 };
 

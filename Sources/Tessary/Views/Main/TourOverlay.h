@@ -31,11 +31,9 @@ public:
     // Covers `window` and shows the first step.
     TourOverlay(std::vector<Step> steps, QWidget& window);
 
-    int step() const { return m_step; }
     int stepCount() const { return static_cast<int>(m_steps.size()); }
     QLabel* titleLabel() const { return m_title; }
     QPushButton* nextButton() const { return m_next; }
-    QPushButton* backButton() const { return m_back; }
     QPushButton* skipButton() const { return m_skip; }
     // The part of the window left undimmed, in this widget's coordinates; empty for none.
     QRect spotlight() const;

@@ -51,7 +51,6 @@ void UpdateWindow::check(const std::optional<QUrl>& feed, bool quiet)
         present(noFeedText.toString(), {}, {});
         if (!quiet)
             show();
-        Q_EMIT checked();
         return;
     }
     m_checking = true;
@@ -81,7 +80,6 @@ QCoro::Task<> UpdateWindow::run(QUrl feed, bool quiet, int generation)
         show();
         raise();
     }
-    Q_EMIT checked();
 }
 
 void UpdateWindow::present(const QString& headline, const QString& notes, const QUrl& download)

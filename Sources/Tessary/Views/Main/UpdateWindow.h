@@ -37,9 +37,6 @@ public:
     QLabel* notes() const { return m_notes; }
     QPushButton* downloadButton() const { return m_download; }
 
-Q_SIGNALS:
-    void checked();
-
 private:
     QCoro::Task<> run(QUrl feed, bool quiet, int generation);
     void present(const QString& headline, const QString& notes, const QUrl& download);
