@@ -6,7 +6,7 @@ namespace tessary {
 
 // Column headings of the rankings displays: upper-case, slightly spaced and muted, with a
 // small bold chevron on the sort column and a help mark on columns that explain themselves
-// in their tool tip.
+// in their tool tip; a click on the mark asks for the explanation and sorts nothing.
 class RankingHeader : public QHeaderView {
     Q_OBJECT
 
