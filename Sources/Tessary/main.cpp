@@ -7,6 +7,7 @@
 #include "Tessary/App/ListCommand.h"
 #include "Tessary/App/ProgramHelp.h"
 #include "Tessary/App/ServiceLauncher.h"
+#include "Tessary/App/SnapshotMode.h"
 #include "Tessary/Model/Palette.h"
 #include "Tessary/Shell/Environment.h"
 #include "Tessary/Shell/FeatureFlags.h"
@@ -14,6 +15,7 @@
 #include "Tessary/Views/Chart/ChartExportCard.h"
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/ChartExportControl.h"
+#include "Tessary/Views/Main/HelpMenu.h"
 #include "Tessary/Views/Main/MainWindow.h"
 #include "Tessary/Widgets/InstanceChannel.h"
 #include "Tessary/Widgets/WidgetManager.h"
@@ -22,7 +24,6 @@
 
 #include <QApplication>
 #include <QCloseEvent>
-#include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTimer>
 
@@ -38,43 +39,6 @@ void describeApplication()
     QCoreApplication::setOrganizationName(QStringLiteral("Tessary"));
     QCoreApplication::setApplicationName(QStringLiteral("Tessary"));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(BuildInfo::version));
-}
-
-// TESSARY_SNAPSHOT=<png>: once the chart area settles (a chart, or an error), the window
-// is written to that file, one line says what it showed, and the app quits: 0 for a chart.
-// TESSARY_SNAPSHOT_SIZE=WIDTHxHEIGHT sizes the window first.
-void armSnapshot(MainWindow& window, const Environment& environment)
-{
-    const QString path = *environment.snapshot;
-    if (environment.snapshotSize) {
-        const QStringList size = environment.snapshotSize->split(u'x');
-        if (size.size() == 2 && size[0].toInt() > 0 && size[1].toInt() > 0)
-            window.resize(size[0].toInt(), size[1].toInt());
-    }
-    window.move(0, 0);
-    auto* poll = new QTimer(&window);
-    auto* elapsed = new QElapsedTimer;
-    elapsed->start();
-    QObject::connect(poll, &QTimer::timeout, &window, [&window, path, poll, elapsed] {
-        const ChartArea::State state = window.chartArea()->state();
-        const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error
-            || state == ChartArea::State::empty || state == ChartArea::State::welcome;
-        constexpr qint64 giveUpMilliseconds = 180'000;
-        if (!settled && elapsed->elapsed() < giveUpMilliseconds)
-            return;
-        poll->stop();
-        delete elapsed;
-        // One more moment so the chart's first paint is in the picture.
-        QTimer::singleShot(500, &window, [&window, path, state] {
-            const bool saved = window.grab().save(path);
-            static const char* names[] = { "welcome", "loading", "empty", "error", "chart" };
-            std::printf("snapshot: %s %s%s\n", names[static_cast<int>(state)], qPrintable(path),
-                saved ? "" : " (could not be written)");
-            std::fflush(stdout);
-            QCoreApplication::exit(state == ChartArea::State::chart && saved ? 0 : 2);
-        });
-    });
-    poll->start(200);
 }
 
 // TESSARY_EXPORT=<png>: once the first chart is on screen, its export card is saved to that
@@ -156,11 +120,13 @@ void connectWidgets(MainWindow& window, WidgetManager& widgets, InstanceChannel&
     QObject::connect(window.newWidgetAction(), &QAction::triggered, &widgets, qOverload<>(&WidgetManager::newWidget));
     QObject::connect(window.showWidgetsAction(), &QAction::triggered, &widgets, &WidgetManager::bringToFront);
     QObject::connect(&channel, &InstanceChannel::showWidgetsRequested, &widgets, &WidgetManager::bringToFront);
-    QObject::connect(&widgets, &WidgetManager::openInAppRequested, &window, [&window] {
+    const auto bringBack = [&window] {
         window.show();
         window.raise();
         window.activateWindow();
-    });
+    };
+    QObject::connect(&widgets, &WidgetManager::openInAppRequested, &window, bringBack);
+    QObject::connect(&channel, &InstanceChannel::raiseWindowRequested, &window, bringBack);
     QObject::connect(&widgets, &WidgetManager::hotKeyNoticeChanged, &window, &MainWindow::setHotKeyNotice);
     new EndWhenNothingIsOpen(window, widgets);
 }
@@ -176,11 +142,37 @@ int runWindow(int argc, char** argv)
         std::fprintf(stderr, "tessary: %s\n", qPrintable(environment.error().description()));
         return 1;
     }
+    const auto snapshot = SnapshotRequest::from(*environment);
+    if (!snapshot) {
+        std::fprintf(stderr, "tessary: %s\n", qPrintable(snapshot.error()));
+        return 1;
+    }
+    const QString dataDirectory = environment->dataDir.value_or(Store::defaultDataDirectory());
+    // One app per set of lists: a second start raises the first one's window instead of
+    // opening the same files and a second service on the same database. A snapshot is a
+    // short unattended run that keeps nothing, so it may picture the app while one is open.
+    InstanceChannel channel(dataDirectory);
+    if (!*snapshot) {
+        switch (channel.listen()) {
+        case InstanceChannel::Listening::started:
+            break;
+        case InstanceChannel::Listening::anotherIsRunning: {
+            const auto sent = InstanceChannel::send(dataDirectory, InstanceChannel::Request::raiseWindow);
+            if (!sent)
+                std::fprintf(stderr, "tessary: %s\n", qPrintable(sent.error().description()));
+            return sent ? 0 : 1;
+        }
+        case InstanceChannel::Listening::failed:
+            std::fprintf(
+                stderr, "tessary: a second start will not find this one: %s\n", qPrintable(channel.errorString()));
+            break;
+        }
+    }
     applyAppearance(*environment);
     QStringList added;
     if (environment->added)
         added = environment->added->split(QRegularExpression(QStringLiteral("[,\\s]+")), Qt::SkipEmptyParts);
-    Store::Options options = Store::Options::at(environment->dataDir.value_or(QString()));
+    Store::Options options = Store::Options::at(dataDirectory);
     options.justAdded = added;
     Store store(std::move(options));
     FeatureFlags::install(std::make_unique<FeatureFlags>(
@@ -189,19 +181,21 @@ int runWindow(int argc, char** argv)
     QApplication::setQuitOnLastWindowClosed(false);
     // Snapshot mode shows windows for a picture: nothing it does to the widgets is kept.
     WidgetManager::Options widgetOptions;
-    widgetOptions.saves = !environment->snapshot;
+    widgetOptions.saves = !*snapshot;
     WidgetManager widgets(store, FeatureFlags::shared(), widgetOptions);
-    InstanceChannel channel;
-    channel.listen();
     connectWidgets(window, widgets, channel);
     ServiceLauncher launcher(store, *environment);
     QObject::connect(&launcher, &ServiceLauncher::progress, window.chartArea(), &ChartArea::setServiceProgress);
     QObject::connect(&launcher, &ServiceLauncher::failed, window.chartArea(), &ChartArea::setServiceFailure);
-    if (environment->snapshot)
-        armSnapshot(window, *environment);
+    if (*snapshot)
+        armSnapshot(window, widgets, **snapshot);
+    else
+        QObject::connect(&launcher, &ServiceLauncher::ready, window.helpMenu(), &HelpMenu::checkIfAllowed);
     if (environment->exportPath)
         armExport(window, store, *environment->exportPath);
     window.show();
+    if (!*snapshot)
+        window.showTourOnFirstRun();
     widgets.followFeatureFlag();
     window.setHotKeyNotice(widgets.hotKeyNotice());
     if (environment->widget)
@@ -255,7 +249,13 @@ int main(int argc, char** argv)
     if (argc > 1 && qstrcmp(argv[1], "--show-widgets") == 0) {
         QCoreApplication app(argc, argv);
         describeApplication();
-        const auto sent = InstanceChannel::sendShowWidgets();
+        const auto environment = Environment::read();
+        if (!environment) {
+            std::fprintf(stderr, "tessary: %s\n", qPrintable(environment.error().description()));
+            return 1;
+        }
+        const auto sent = InstanceChannel::send(
+            environment->dataDir.value_or(Store::defaultDataDirectory()), InstanceChannel::Request::showWidgets);
         if (!sent)
             std::fprintf(stderr, "tessary: %s\n", qPrintable(sent.error().description()));
         return sent ? 0 : 1;

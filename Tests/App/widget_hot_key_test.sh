@@ -45,6 +45,12 @@ bury
 "$app" --show-widgets
 wait_above || { echo "--show-widgets did not raise the panel"; exit 1; }
 echo "PASS: tessary --show-widgets brought the widget forward"
+# A second start on the same lists raises the running window and ends, opening nothing.
+timeout 20 "$app" >"$work/second.out" 2>"$work/second.err" || { echo "the second start failed: $(cat "$work/second.err")"; exit 1; }
+for _ in $(seq 1 50); do above_main || break; sleep 0.1; done
+! above_main || { echo "the second start did not raise the window"; exit 1; }
+[[ $(xdotool search --onlyvisible --name 'Megacaps' | wc -l) == 1 ]] || { echo "a second window opened"; exit 1; }
+echo "PASS: a second tessary raised the running window"
 INNER
 unset QT_QPA_PLATFORM
 export TESSARY_API="$url" TESSARY_DATA_DIR="$work/app" XDG_CONFIG_HOME="$work/config" TESSARY_WIDGET=1 \

@@ -43,7 +43,8 @@ std::expected<Environment, EnvironmentError> Environment::read(const QProcessEnv
     Environment environment;
     for (auto [url, name] :
         { std::pair { &environment.api, "TESSARY_API" }, std::pair { &environment.sessionApi, "TESSARY_SESSION_API" },
-            std::pair { &environment.web, "TESSARY_WEB" } }) {
+            std::pair { &environment.web, "TESSARY_WEB" },
+            std::pair { &environment.updateFeed, "TESSARY_UPDATE_FEED" } }) {
         auto parsed = serviceURL(variables, name);
         if (!parsed)
             return std::unexpected(parsed.error());
@@ -61,6 +62,9 @@ std::expected<Environment, EnvironmentError> Environment::read(const QProcessEnv
         { &Environment::beta, "TESSARY_BETA" },
         { &Environment::internal, "TESSARY_INTERNAL" },
         { &Environment::widget, "TESSARY_WIDGET" },
+        { &Environment::supportAddress, "TESSARY_SUPPORT_EMAIL" },
+        { &Environment::snapshotWindow, "TESSARY_SNAPSHOT_WINDOW" },
+        { &Environment::snapshotScroll, "TESSARY_SNAPSHOT_SCROLL" },
     };
     for (const auto& [member, name] : texts)
         environment.*member = text(variables, name);

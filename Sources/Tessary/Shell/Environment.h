@@ -38,6 +38,10 @@ struct Environment {
     std::optional<QString> beta; // TESSARY_BETA: "1" turns beta features on (development build)
     std::optional<QString> internal; // TESSARY_INTERNAL: the same for internal features
     std::optional<QString> widget; // TESSARY_WIDGET: open a floating widget at start-up
+    std::optional<QUrl> updateFeed; // TESSARY_UPDATE_FEED: the release feed "Check for Updates…" reads
+    std::optional<QString> supportAddress; // TESSARY_SUPPORT_EMAIL
+    std::optional<QString> snapshotWindow; // TESSARY_SNAPSHOT_WINDOW: main, settings or widget
+    std::optional<QString> snapshotScroll; // TESSARY_SNAPSHOT_SCROLL: rows to scroll the rankings by
 
     // Reads the variables from `variables` (the process's own by default). A service URL
     // that does not parse as an absolute http(s) URL is an error: there is no fallback.

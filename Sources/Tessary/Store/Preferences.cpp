@@ -8,6 +8,8 @@ const QString highlightsKey = QStringLiteral("highlights");
 const QString multiPeriodsKey = QStringLiteral("multiPeriods");
 const QString floatingWidgetsKey = QStringLiteral("floatingWidgets");
 const QString widgetShortcutTipSeenKey = QStringLiteral("widgetShortcutTipSeen");
+const QString tourSeenKey = QStringLiteral("tourSeen");
+const QString checksForUpdatesKey = QStringLiteral("checkForUpdatesAutomatically");
 } // namespace
 
 Preferences::Preferences()
@@ -96,6 +98,28 @@ bool Preferences::widgetShortcutTipSeen() const
 void Preferences::setWidgetShortcutTipSeen()
 {
     m_settings->setValue(widgetShortcutTipSeenKey, true);
+    m_settings->sync();
+}
+
+bool Preferences::tourSeen() const
+{
+    return m_settings->value(tourSeenKey, false).toBool();
+}
+
+void Preferences::setTourSeen()
+{
+    m_settings->setValue(tourSeenKey, true);
+    m_settings->sync();
+}
+
+bool Preferences::checksForUpdates() const
+{
+    return m_settings->value(checksForUpdatesKey, false).toBool();
+}
+
+void Preferences::setChecksForUpdates(bool on)
+{
+    m_settings->setValue(checksForUpdatesKey, on);
     m_settings->sync();
 }
 

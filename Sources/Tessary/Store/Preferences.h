@@ -37,6 +37,12 @@ public:
     void setFloatingWidgets(const QByteArray& json);
     bool widgetShortcutTipSeen() const;
     void setWidgetShortcutTipSeen();
+    // The first-run tour was dismissed; it is only offered from the Help menu after that.
+    bool tourSeen() const;
+    void setTourSeen();
+    // The user let the app check the release feed at start-up; off until they do.
+    bool checksForUpdates() const;
+    void setChecksForUpdates(bool on);
 
 private:
     std::unique_ptr<QSettings> m_settings;

@@ -147,6 +147,8 @@ public:
     // one-off command that only asks for one comparison leaves it off.
     void connectService(const QUrl& marketData, const QUrl& web, bool loadInBackground = true);
     bool isServiceConnected() const { return m_loader->client().has_value(); }
+    // The web origin given with the service; empty until then.
+    const QUrl& webBase() const { return m_web; }
     const std::optional<APIClient>& client() const { return m_loader->client(); }
     // Fetches the universe and the curated catalog in the background, and the account's
     // details when a session is stored.

@@ -17,28 +17,36 @@ struct InstanceError {
 };
 
 // How a second `tessary` process reaches the running one: a local socket named after the
-// application id and the user, so two users (or a development and a release build) never
-// answer each other. `tessary --show-widgets` sends one line and ends.
+// application id, the user and the data directory, so two users (or a development and a
+// release build, or two data directories) never answer each other, while two starts on the
+// same lists always meet. `tessary --show-widgets` sends one line and ends; a second
+// `tessary` asks the first to raise its window instead of opening the same lists again.
 class InstanceChannel : public QObject {
     Q_OBJECT
 
 public:
     static constexpr QStringView noInstanceText = u"Tessary is not running";
 
-    explicit InstanceChannel(QObject* parent = nullptr);
+    enum class Request { showWidgets, raiseWindow };
+    enum class Listening { started, anotherIsRunning, failed };
 
-    static QString socketName();
-    // Starts answering; false when another running instance already does.
-    bool listen();
-    // From the second process: asks the running one to raise its widgets.
-    static std::expected<void, InstanceError> sendShowWidgets();
+    explicit InstanceChannel(QString dataDirectory, QObject* parent = nullptr);
+
+    static QString socketName(const QString& dataDirectory);
+    // Starts answering, unless another running instance already does.
+    Listening listen();
+    QString errorString() const;
+    // From the second process: asks the running one for `request`.
+    static std::expected<void, InstanceError> send(const QString& dataDirectory, Request request);
 
 Q_SIGNALS:
     void showWidgetsRequested();
+    void raiseWindowRequested();
 
 private:
     void accept();
 
+    QString m_name;
     QLocalServer* m_server = nullptr;
 };
 

@@ -4,6 +4,7 @@
 #include "MarketHandlers.h"
 #include "TessaryServer/Account/Account.h"
 #include "TessaryServer/Data/Data.h"
+#include "UpdateFeedHandler.h"
 
 #include <QThread>
 
@@ -16,9 +17,14 @@ ServerWorker::ServerWorker(ServerOptions options)
 
 ServerWorker::~ServerWorker() = default;
 
+QString ServerWorker::dataDirectory() const
+{
+    return m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory;
+}
+
 std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDatabase(const MarketProgress& progress) const
 {
-    const QString directory = m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory;
+    const QString directory = dataDirectory();
     auto database = MarketDatabase::open(directory);
     if (!database)
         return std::unexpected(database.error());
@@ -30,9 +36,7 @@ std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDataba
 std::expected<std::unique_ptr<Accounts>, DataError> ServerWorker::openAccounts() const
 {
     const bool inMemory = m_options.openMarket && m_options.dataDirectory.isEmpty();
-    auto store = inMemory ? SqliteAccountStore::openInMemory()
-                          : SqliteAccountStore::open(
-                              m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory);
+    auto store = inMemory ? SqliteAccountStore::openInMemory() : SqliteAccountStore::open(dataDirectory());
     if (!store)
         return std::unexpected(store.error());
     return std::make_unique<Accounts>(std::move(*store));
@@ -67,8 +71,12 @@ void ServerWorker::run()
     m_accounts = std::move(*accounts);
     m_accountHandlers = std::make_unique<AccountHandlers>(*m_accounts, m_options.signup);
 
+    const bool ownsDirectory = !m_options.openMarket || !m_options.dataDirectory.isEmpty();
     m_transport = std::make_unique<HttpTransport>(
-        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get()](const HttpRequest& request) {
+        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get(),
+            updates = UpdateFeedHandler(ownsDirectory ? dataDirectory() : QString())](const HttpRequest& request) {
+            if (request.path == UpdateFeedHandler::path)
+                return updates.handle();
             return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
         });
     const auto port = m_transport->start(*address, m_options.port);

@@ -39,6 +39,7 @@ Q_SIGNALS:
     void failed(const QString& message);
 
 private:
+    QString dataDirectory() const;
     std::expected<std::unique_ptr<MarketReader>, DataError> openDatabase(const MarketProgress& progress) const;
     std::expected<std::unique_ptr<Accounts>, DataError> openAccounts() const;
 

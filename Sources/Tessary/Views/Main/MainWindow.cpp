@@ -2,10 +2,12 @@
 
 #include "ChartArea.h"
 #include "ChartExportControl.h"
+#include "HelpMenu.h"
 #include "LegendBar.h"
 #include "PeriodBar.h"
 #include "SettingsWindow.h"
 #include "Sidebar.h"
+#include "TourOverlay.h"
 #include "ZoomToHighlightedButton.h"
 
 #include "Tessary/Views/Chart/ChartFocus.h"
@@ -43,6 +45,29 @@ const QString starterTipText = QStringLiteral("We added a few starter tickers");
 constexpr int starterTipMilliseconds = 20'000;
 const QString newWidgetText = QStringLiteral("New Floating Widget");
 const QString showWidgetsText = QStringLiteral("Show Widgets from Any App");
+
+struct TourText {
+    QString title;
+    QString text;
+};
+const TourText tourLists { QStringLiteral("Your lists"),
+    QStringLiteral("Your comparison lists and the curated collections live here. Ctrl+N starts a new list; "
+                   "/ jumps to any list by name.") };
+const TourText tourTickers { QStringLiteral("Add tickers"),
+    QStringLiteral("Type a symbol or a company name, or paste a whole list at once. Ctrl+K brings you here from "
+                   "anywhere.") };
+const TourText tourPeriods { QStringLiteral("Pick the period"),
+    QStringLiteral("Compare over a day, a year or decades, or a scenario such as a crash and its recovery. The "
+                   "chart and the rankings follow.") };
+const TourText tourChart { QStringLiteral("Read the chart"),
+    QStringLiteral("Point at the chart to read every ticker's return on that day; click a line to highlight it. "
+                   "Ctrl+Shift+L switches to a log scale.") };
+const TourText tourRankings { QStringLiteral("See who leads"),
+    QStringLiteral("Every metric ranked, green for the best. Click a heading to sort by it, or its ? to learn "
+                   "what it measures.") };
+const TourText tourWidgets { QStringLiteral("Keep an eye on it"),
+    QStringLiteral("Window \u25B8 New Floating Widget (Ctrl+Alt+N) keeps a list's leaders on screen while you "
+                   "work in other apps.") };
 
 } // namespace
 
@@ -90,7 +115,7 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
 
     m_quickJump = new QuickJump(store, this);
     const InputCommands commands = installInputCommands(*this, *m_tickerInput, *m_quickJump, environment);
-    buildMenus();
+    buildMenus(environment);
     m_viewMenu->addSeparator();
     m_viewMenu->addAction(commands.focusTickerField);
     m_viewMenu->addAction(commands.jumpToList);
@@ -113,13 +138,39 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
 SettingsWindow* MainWindow::showSettings()
 {
     if (!m_settings) {
-        m_settings = new SettingsWindow(m_store.account(), m_rankings->periodChoice(), this);
+        m_settings = new SettingsWindow(m_store.account(), m_rankings->periodChoice(), m_store.preferences(), this);
         m_settings->setHotKeyNotice(m_hotKeyNotice);
     }
     m_settings->show();
     m_settings->raise();
     m_settings->activateWindow();
     return m_settings;
+}
+
+TourOverlay* MainWindow::showTour()
+{
+    if (m_tour)
+        return m_tour;
+    std::vector<TourOverlay::Step> steps;
+    const auto step = [&steps](QWidget* target, const TourText& text) {
+        steps.push_back({ target, text.title, text.text });
+    };
+    step(m_sidebar, tourLists);
+    step(m_tickerInput, tourTickers);
+    step(m_periodBar, tourPeriods);
+    step(m_chartArea, tourChart);
+    step(m_rankings, tourRankings);
+    if (FeatureFlags::shared().isEnabled(Feature::floatingWidget))
+        step(menuBar(), tourWidgets);
+    m_tour = new TourOverlay(std::move(steps), *this);
+    connect(m_tour, &TourOverlay::dismissed, this, [this] { m_store.preferences().setTourSeen(); });
+    return m_tour;
+}
+
+void MainWindow::showTourOnFirstRun()
+{
+    if (!m_store.preferences().tourSeen())
+        showTour();
 }
 
 void MainWindow::setHotKeyNotice(const QString& notice)
@@ -222,7 +273,7 @@ void MainWindow::keyPressEvent(QKeyEvent* event)
     QMainWindow::keyPressEvent(event);
 }
 
-void MainWindow::buildMenus()
+void MainWindow::buildMenus(const Environment& environment)
 {
     QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
     m_newList = file->addAction(QStringLiteral("New Comparison List"), this, [this] { m_store.addList(); });
@@ -267,6 +318,9 @@ void MainWindow::buildMenus()
     };
     connect(&FeatureFlags::shared(), &FeatureFlags::changed, this, followFlag);
     followFlag();
+
+    m_help = new HelpMenu(*menuBar()->addMenu(QStringLiteral("&Help")), m_store, environment, *this);
+    connect(m_help->tourAction(), &QAction::triggered, this, &MainWindow::showTour);
 }
 
 void MainWindow::refreshHeader()

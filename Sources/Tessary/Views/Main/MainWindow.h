@@ -3,6 +3,7 @@
 #include "Tessary/Shell/Environment.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 class QAction;
 class QMenu;
@@ -15,12 +16,14 @@ class ChartArea;
 class ChartExportControl;
 class ChartFocus;
 class ChartView;
+class HelpMenu;
 class LegendBar;
 class PeriodBar;
 class QuickJump;
 class RankingsPanel;
 class RelatedTickersBar;
 class TickerInput;
+class TourOverlay;
 class SettingsWindow;
 class Sidebar;
 class Store;
@@ -58,12 +61,17 @@ public:
     void setHotKeyNotice(const QString& notice);
     // The Settings window; one window, raised when already open.
     SettingsWindow* showSettings();
+    HelpMenu* helpMenu() const { return m_help; }
+    // "Tessary Tour" over this window; the one already showing when it is open.
+    TourOverlay* showTour();
+    // The tour once, on the first start: dismissing it is remembered.
+    void showTourOnFirstRun();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    void buildMenus();
+    void buildMenus(const Environment& environment);
     QWidget* buildHeader();
     void refreshHeader();
     void refreshStatusLine();
@@ -82,6 +90,8 @@ private:
     RelatedTickersBar* m_related = nullptr;
     QuickJump* m_quickJump = nullptr;
     SettingsWindow* m_settings = nullptr;
+    HelpMenu* m_help = nullptr;
+    QPointer<TourOverlay> m_tour;
     QMenu* m_viewMenu = nullptr;
     QLabel* m_title = nullptr;
     QLabel* m_subtitle = nullptr;

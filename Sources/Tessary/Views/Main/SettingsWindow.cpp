@@ -4,9 +4,11 @@
 #include "FeatureFlagsSection.h"
 
 #include "Tessary/Shell/FeatureFlags.h"
+#include "Tessary/Store/Preferences.h"
 
 #include "Tessary/Views/Rankings/MultiPeriodSettings.h"
 
+#include <QCheckBox>
 #include <QGroupBox>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -17,6 +19,7 @@ namespace {
 
 const QString accountTitle = QStringLiteral("Account");
 const QString periodsTitle = QStringLiteral("Multi-period grid");
+const QString updatesTitle = QStringLiteral("Updates");
 
 QGroupBox* section(const QString& title, QWidget* content, QWidget* parent)
 {
@@ -28,7 +31,8 @@ QGroupBox* section(const QString& title, QWidget* content, QWidget* parent)
 
 } // namespace
 
-SettingsWindow::SettingsWindow(AccountService& account, MultiPeriodChoice& periods, QWidget* parent)
+SettingsWindow::SettingsWindow(
+    AccountService& account, MultiPeriodChoice& periods, Preferences& preferences, QWidget* parent)
     : QWidget(parent, Qt::Window)
 {
     setObjectName(QStringLiteral("settingsWindow"));
@@ -38,6 +42,12 @@ SettingsWindow::SettingsWindow(AccountService& account, MultiPeriodChoice& perio
     m_periods = new MultiPeriodSettings(periods);
     layout->addWidget(section(accountTitle, m_account, this));
     layout->addWidget(section(periodsTitle, m_periods, this));
+    m_checkUpdates = new QCheckBox(checkUpdatesText.toString());
+    m_checkUpdates->setObjectName(QStringLiteral("checkUpdates"));
+    m_checkUpdates->setChecked(preferences.checksForUpdates());
+    connect(
+        m_checkUpdates, &QCheckBox::toggled, this, [&preferences](bool on) { preferences.setChecksForUpdates(on); });
+    layout->addWidget(section(updatesTitle, m_checkUpdates, this));
     FeatureFlags& flags = FeatureFlags::shared();
     if (flags.isDevApp()) {
         m_flags = new FeatureFlagsSection(flags);

@@ -2,6 +2,7 @@
 
 #include <QWidget>
 
+class QCheckBox;
 class QLabel;
 
 namespace tessary {
@@ -11,6 +12,7 @@ class FeatureFlagsSection;
 class AccountService;
 class MultiPeriodChoice;
 class MultiPeriodSettings;
+class Preferences;
 
 // The Settings window: one page of sections, the account first.
 class SettingsWindow : public QWidget {
@@ -18,8 +20,10 @@ class SettingsWindow : public QWidget {
 
 public:
     static constexpr QStringView title = u"Settings";
+    static constexpr QStringView checkUpdatesText = u"Check for updates automatically";
 
-    SettingsWindow(AccountService& account, MultiPeriodChoice& periods, QWidget* parent = nullptr);
+    SettingsWindow(
+        AccountService& account, MultiPeriodChoice& periods, Preferences& preferences, QWidget* parent = nullptr);
 
     AccountSection* accountSection() const { return m_account; }
     MultiPeriodSettings* periodSettings() const { return m_periods; }
@@ -28,12 +32,15 @@ public:
     // Why the widgets' global shortcut is not available; empty hides the line.
     void setHotKeyNotice(const QString& notice);
     QLabel* hotKeyNotice() const { return m_hotKeyNotice; }
+    // Off by default: the app asks the release feed only once the user allows it here.
+    QCheckBox* checkUpdatesBox() const { return m_checkUpdates; }
 
 private:
     AccountSection* m_account = nullptr;
     MultiPeriodSettings* m_periods = nullptr;
     FeatureFlagsSection* m_flags = nullptr;
     QLabel* m_hotKeyNotice = nullptr;
+    QCheckBox* m_checkUpdates = nullptr;
 };
 
 } // namespace tessary

@@ -22,6 +22,18 @@ void MultiPeriodGrid::headingClicked(int section)
     syncHeader();
 }
 
+QString MultiPeriodGrid::helpTopic(int section) const
+{
+    switch (m_model->keyOfColumn(section).kind) {
+    case GridSortKey::Kind::averageRank:
+        return QStringLiteral("averageRank");
+    case GridSortKey::Kind::beats:
+        return QStringLiteral("beats");
+    default:
+        return {};
+    }
+}
+
 void MultiPeriodGrid::setInput(MultiPeriodGridModel::Input input)
 {
     m_model->setInput(std::move(input));

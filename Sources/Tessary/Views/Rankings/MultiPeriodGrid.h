@@ -36,6 +36,7 @@ Q_SIGNALS:
 protected:
     void leaveEvent(QEvent* event) override;
     void headingClicked(int section) override;
+    QString helpTopic(int section) const override;
 
 private:
     void hoverCell(const QModelIndex& index);

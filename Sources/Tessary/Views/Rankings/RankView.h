@@ -26,6 +26,8 @@ protected:
     ChartFocus& focus() const { return m_focus; }
     QString tickerAt(const QModelIndex& index) const { return index.data(m_tickerRole).toString(); }
     virtual void headingClicked(int section) = 0;
+    // The help topic a heading's "?" opens; empty for none.
+    virtual QString helpTopic(int section) const = 0;
 
 private:
     ChartFocus& m_focus;

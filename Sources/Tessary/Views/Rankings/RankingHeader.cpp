@@ -1,5 +1,6 @@
 #include "RankingHeader.h"
 
+#include <QMouseEvent>
 #include <QPainter>
 
 namespace tessary {
@@ -16,6 +17,20 @@ QFont headingFont(QFont font)
     font.setPointSizeF(font.pointSizeF() * 0.85);
     font.setWeight(QFont::DemiBold);
     return font;
+}
+
+QFont markFont(QFont font)
+{
+    font.setPointSizeF(chevronPoints);
+    font.setBold(true);
+    return font;
+}
+
+// The help mark at the right end of a section drawn in `rect`.
+QRect markIn(const QRect& rect, const QFont& font)
+{
+    const int size = QFontMetrics(markFont(headingFont(font))).height();
+    return { rect.right() - sideInset - size, rect.center().y() - size / 2, size, size };
 }
 
 } // namespace
@@ -51,16 +66,13 @@ void RankingHeader::paintSection(QPainter* painter, const QRect& rect, int logic
     const QFont font = headingFont(this->font());
     painter->setFont(font);
     const QString heading = model()->headerData(logicalIndex, orientation(), Qt::DisplayRole).toString();
-    const bool hasHelp = model()->headerData(logicalIndex, orientation(), Qt::ToolTipRole).isValid();
+    const bool hasHelp = this->hasHelp(logicalIndex);
     QRect area = rect.adjusted(sideInset, 0, -sideInset, 0);
 
-    QFont small = font;
-    small.setPointSizeF(chevronPoints);
-    small.setBold(true);
+    const QFont small = markFont(font);
     const QFontMetrics smallMetrics(small);
     if (hasHelp) {
-        const int size = smallMetrics.height();
-        const QRect mark(area.right() - size, rect.center().y() - size / 2, size, size);
+        const QRect mark = markIn(rect, this->font());
         painter->setFont(small);
         painter->drawEllipse(mark.adjusted(1, 1, -1, -1));
         painter->drawText(mark, Qt::AlignCenter, QStringLiteral("?"));
@@ -84,6 +96,43 @@ QSize RankingHeader::sectionSizeFromContents(int logicalIndex) const
     const QString heading = model() ? model()->headerData(logicalIndex, orientation()).toString() : QString();
     const QFontMetrics metrics(headingFont(font()));
     return { metrics.horizontalAdvance(heading) + 2 * sideInset + 32, metrics.height() + 12 };
+}
+
+bool RankingHeader::hasHelp(int logicalIndex) const
+{
+    return model() && model()->headerData(logicalIndex, orientation(), Qt::ToolTipRole).isValid();
+}
+
+QRect RankingHeader::helpMarkRect(int logicalIndex) const
+{
+    if (!hasHelp(logicalIndex) || isSectionHidden(logicalIndex))
+        return {};
+    return markIn(QRect(sectionViewportPosition(logicalIndex), 0, sectionSize(logicalIndex), height()), font());
+}
+
+int RankingHeader::helpMarkAt(const QPoint& position) const
+{
+    const int section = logicalIndexAt(position);
+    // A little slack around the mark: it is small, and a near miss should not sort instead.
+    return section >= 0 && helpMarkRect(section).adjusted(-3, -3, 3, 3).contains(position) ? section : -1;
+}
+
+void RankingHeader::mousePressEvent(QMouseEvent* event)
+{
+    m_helpPressed = event->button() == Qt::LeftButton ? helpMarkAt(event->position().toPoint()) : -1;
+    if (m_helpPressed < 0)
+        QHeaderView::mousePressEvent(event);
+}
+
+void RankingHeader::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (m_helpPressed < 0) {
+        QHeaderView::mouseReleaseEvent(event);
+        return;
+    }
+    const int pressed = std::exchange(m_helpPressed, -1);
+    if (helpMarkAt(event->position().toPoint()) == pressed)
+        Q_EMIT helpRequested(pressed);
 }
 
 } // namespace tessary

@@ -28,6 +28,26 @@ void RankingTable::headingClicked(int section)
     syncHeader();
 }
 
+QString RankingTable::helpTopic(int section) const
+{
+    switch (static_cast<RankingTableModel::Column>(section)) {
+    case RankColumn::netReturn:
+        return QStringLiteral("netReturn");
+    case RankColumn::vsBenchmark:
+        return QStringLiteral("vsBenchmark");
+    case RankColumn::cagr:
+        return QStringLiteral("cagr");
+    case RankColumn::volatility:
+        return QStringLiteral("volatility");
+    case RankColumn::sharpe:
+        return QStringLiteral("sharpe");
+    case RankColumn::maxDrawdown:
+        return QStringLiteral("maxDrawdown");
+    default:
+        return {};
+    }
+}
+
 void RankingTable::setInput(RankingTableModel::Input input)
 {
     m_model->setInput(std::move(input));

@@ -45,6 +45,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void headingClicked(int section) override;
+    QString helpTopic(int section) const override;
 
 private:
     TickerActions actionsFor(const QString& ticker);
