@@ -23,7 +23,10 @@ QString programUsage()
         "  TESSARY_SESSION_API  account service (default: the built-in service)\n"
         "  TESSARY_WEB          web pages: sign-in and the curated lists\n"
         "  TESSARY_DATA_DIR     folder of the lists and the built-in service's database\n"
-        "                       (default ~/.local/share/Tessary)");
+        "                       (default ~/.local/share/Tessary)\n"
+        "  TESSARY_UPDATE_FEED  release feed Check for Updates reads (default: TESSARY_WEB's\n"
+        "                       updates/linux.json)\n"
+        "  TESSARY_SUPPORT_EMAIL  address Contact Support writes to");
 }
 
 } // namespace tessary
