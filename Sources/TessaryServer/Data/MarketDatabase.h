@@ -50,6 +50,7 @@ public:
     std::shared_ptr<const IntradayHistory> intradayBars(const QString& symbol) const override;
     std::optional<QDate> lastMarketDate() const override;
     DataSource dataSource() const override;
+    DataOrigin dataOrigin() const override;
 
     // No symbol at all: a fresh database the demo market may seed.
     bool isEmpty() const { return universe()->empty(); }

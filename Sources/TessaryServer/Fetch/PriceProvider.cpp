@@ -45,7 +45,8 @@ const std::vector<Layout>& layouts()
 
 QString firstLine(const QByteArray& body)
 {
-    return QString::fromUtf8(body.left(body.indexOf('\n'))).trimmed().left(160);
+    const auto end = body.indexOf('\n');
+    return QString::fromUtf8(end < 0 ? body : body.left(end)).trimmed().left(160);
 }
 
 // A CSV answer read by the price importer's own rules. A provider's file is all or nothing:
