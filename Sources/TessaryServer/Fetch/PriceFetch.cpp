@@ -103,18 +103,21 @@ QStringList importedSymbols(const MarketDatabase& database)
 }
 
 std::vector<SymbolFetch> fetchPrices(MarketDatabase& database, const ProviderSettings& settings,
-    const PriceProvider& provider, const QStringList& symbols, const std::function<void(const SymbolFetch&)>& report)
+    const PriceProvider& provider, const QStringList& symbols, const std::function<void(const SymbolFetch&)>& report,
+    std::stop_token stop)
 {
-    ProviderClient client(settings.policy);
+    ProviderClient client(settings.policy, stop);
     const QDate today = marketToday();
     std::vector<SymbolFetch> results;
     for (const QString& symbol : symbols) {
+        if (stop.stop_requested())
+            break;
         results.push_back(fetchSymbol(database, client, provider, symbol.trimmed().toUpper(), today));
         report(results.back());
     }
     const bool anyCurrent = std::ranges::any_of(
         results, [](const SymbolFetch& result) { return result.outcome != SymbolFetch::Outcome::failed; });
-    if (anyCurrent) {
+    if (anyCurrent && !stop.stop_requested()) {
         // The prices are stored already; a refresh time that could not be noted only shows
         // an older time in the app.
         static_cast<void>(recordRefresh(database, provider.name, QDateTime::currentDateTimeUtc()));

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <stop_token>
 
 #include "TessaryServer/Fetch/PriceProvider.h"
 
@@ -39,8 +40,10 @@ QStringList importedSymbols(const MarketDatabase& database);
 
 // Fetches the symbols one after another, handing each result to `report` as it is done, and
 // records the time of the refresh when any symbol was brought up to date.
+// A stop request leaves the symbols not yet begun alone.
 std::vector<SymbolFetch> fetchPrices(MarketDatabase& database, const ProviderSettings& settings,
-    const PriceProvider& provider, const QStringList& symbols, const std::function<void(const SymbolFetch&)>& report);
+    const PriceProvider& provider, const QStringList& symbols, const std::function<void(const SymbolFetch&)>& report,
+    std::stop_token stop = {});
 
 // Today in New York, where the sessions are.
 QDate marketToday();

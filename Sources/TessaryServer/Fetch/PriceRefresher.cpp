@@ -26,11 +26,13 @@ void RefreshState::update(const std::function<void(Snapshot&)>& change)
 // Lives on the refresh thread: a timer to the next due time, then one refresh.
 class PriceRefresher::Worker : public QObject {
 public:
-    Worker(MarketDatabase& database, DailyRefresh refresh, PriceProvider provider, std::shared_ptr<RefreshState> state)
+    Worker(MarketDatabase& database, DailyRefresh refresh, PriceProvider provider, std::shared_ptr<RefreshState> state,
+        std::stop_token stop)
         : m_database(database)
         , m_refresh(std::move(refresh))
         , m_provider(std::move(provider))
         , m_state(std::move(state))
+        , m_stop(std::move(stop))
         , m_timer(this)
     {
         m_timer.setSingleShot(true);
@@ -62,7 +64,7 @@ private:
         m_lastAttempt = QDateTime::currentDateTimeUtc();
         m_state->update([](RefreshState::Snapshot& snapshot) { snapshot.running = true; });
         const auto results = fetchPrices(
-            m_database, m_refresh.provider, m_provider, importedSymbols(m_database), [](const SymbolFetch&) {});
+            m_database, m_refresh.provider, m_provider, importedSymbols(m_database), [](const SymbolFetch&) {}, m_stop);
         QStringList failures;
         for (const SymbolFetch& result : results)
             if (result.outcome == SymbolFetch::Outcome::failed)
@@ -78,6 +80,7 @@ private:
     DailyRefresh m_refresh;
     PriceProvider m_provider;
     std::shared_ptr<RefreshState> m_state;
+    std::stop_token m_stop;
     QTimer m_timer;
     std::optional<QDateTime> m_lastAttempt;
 };
@@ -88,7 +91,7 @@ PriceRefresher::PriceRefresher(MarketDatabase& database, DailyRefresh refresh, P
         snapshot.provider = refresh.provider.name;
         snapshot.at = refresh.at;
     });
-    auto* worker = new Worker(database, std::move(refresh), std::move(provider), m_state);
+    auto* worker = new Worker(database, std::move(refresh), std::move(provider), m_state, m_stop.get_token());
     worker->moveToThread(&m_thread);
     QObject::connect(&m_thread, &QThread::started, worker, &Worker::schedule);
     QObject::connect(&m_thread, &QThread::finished, worker, &QObject::deleteLater);
@@ -98,6 +101,7 @@ PriceRefresher::PriceRefresher(MarketDatabase& database, DailyRefresh refresh, P
 
 PriceRefresher::~PriceRefresher()
 {
+    m_stop.request_stop();
     m_thread.quit();
     m_thread.wait();
 }

@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 
 #include "TessaryServer/Fetch/PriceProvider.h"
 
@@ -52,7 +53,7 @@ private:
 class PriceRefresher {
 public:
     PriceRefresher(MarketDatabase& database, DailyRefresh refresh, PriceProvider provider);
-    // Waits for a running symbol to finish, then ends the thread.
+    // Stops a running refresh (the symbol under way writes nothing), then ends the thread.
     ~PriceRefresher();
     PriceRefresher(const PriceRefresher&) = delete;
     PriceRefresher& operator=(const PriceRefresher&) = delete;
@@ -62,6 +63,7 @@ public:
 private:
     class Worker;
     QThread m_thread;
+    std::stop_source m_stop;
     std::shared_ptr<RefreshState> m_state = std::make_shared<RefreshState>();
 };
 

@@ -2,10 +2,12 @@
 
 #include <QEventLoop>
 #include <QNetworkReply>
+#include <QTimer>
 
 #include <algorithm>
+#include <condition_variable>
 #include <memory>
-#include <thread>
+#include <mutex>
 
 namespace tessary::server {
 
@@ -26,9 +28,18 @@ std::optional<std::chrono::milliseconds> retryAfter(const QNetworkReply& reply)
 
 } // namespace
 
-ProviderClient::ProviderClient(FetchPolicy policy)
+ProviderClient::ProviderClient(FetchPolicy policy, std::stop_token stop)
     : m_policy(policy)
+    , m_stop(std::move(stop))
 {
+}
+
+void ProviderClient::sleep(std::chrono::steady_clock::duration duration) const
+{
+    std::mutex mutex;
+    std::condition_variable_any wakeUp;
+    std::unique_lock lock(mutex);
+    wakeUp.wait_for(lock, m_stop, duration, [] { return false; });
 }
 
 void ProviderClient::pace()
@@ -38,7 +49,7 @@ void ProviderClient::pace()
     if (m_lastRequest && m_policy.requestsPerSecond > 0) {
         const auto gap = duration_cast<steady_clock::duration>(duration<double>(1.0 / m_policy.requestsPerSecond));
         if (const auto wait = *m_lastRequest + gap - now; wait > steady_clock::duration::zero())
-            std::this_thread::sleep_for(wait);
+            sleep(wait);
     }
     m_lastRequest = steady_clock::now();
 }
@@ -53,6 +64,14 @@ ProviderClient::Attempt ProviderClient::once(QNetworkRequest request)
     // Blocking on purpose: the callers are a command line and a thread of its own.
     QEventLoop loop;
     QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    QTimer stopCheck;
+    if (m_stop.stop_possible()) {
+        QObject::connect(&stopCheck, &QTimer::timeout, reply.get(), [this, &reply] {
+            if (m_stop.stop_requested())
+                reply->abort();
+        });
+        stopCheck.start(100);
+    }
     loop.exec();
 
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
@@ -78,7 +97,9 @@ std::expected<HttpAnswer, QString> ProviderClient::get(const QNetworkRequest& re
             return std::move(*result.answer);
         if (attempt >= m_policy.retries)
             return std::unexpected(QStringLiteral("%1 after %2 attempts").arg(result.trouble).arg(attempt + 1));
-        std::this_thread::sleep_for(result.retryAfter.value_or(wait));
+        if (m_stop.stop_requested())
+            return std::unexpected(QStringLiteral("stopped"));
+        sleep(result.retryAfter.value_or(wait));
         wait *= 2;
     }
 }

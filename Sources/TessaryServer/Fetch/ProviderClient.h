@@ -8,6 +8,7 @@
 #include <chrono>
 #include <expected>
 #include <optional>
+#include <stop_token>
 
 namespace tessary::server {
 
@@ -33,7 +34,8 @@ struct HttpAnswer {
 // connections. A 429 or 503 with Retry-After waits as long as the provider asks.
 class ProviderClient {
 public:
-    explicit ProviderClient(FetchPolicy policy);
+    // A stop request ends a wait and aborts a request under way (the server is shutting down).
+    explicit ProviderClient(FetchPolicy policy, std::stop_token stop = {});
 
     // The answer, or why there was none after the last retry ("HTTP 503 after 5 attempts").
     std::expected<HttpAnswer, QString> get(const QNetworkRequest& request);
@@ -46,8 +48,10 @@ private:
     };
     Attempt once(QNetworkRequest request);
     void pace();
+    void sleep(std::chrono::steady_clock::duration duration) const;
 
     FetchPolicy m_policy;
+    std::stop_token m_stop;
     QNetworkAccessManager m_network;
     std::optional<std::chrono::steady_clock::time_point> m_lastRequest;
 };
