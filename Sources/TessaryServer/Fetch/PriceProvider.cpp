@@ -168,7 +168,9 @@ PriceProvider keyedJsonProvider(const QString& base, const QByteArray& key)
 PriceProvider templateProvider(const QString& pattern, const Layout& layout)
 {
     PriceProvider provider;
-    provider.name = templateName;
+    // What the app shows as the source: the service's host says more than "url-template".
+    const QString host = QUrl(QString(pattern).replace(u'{', u'_').replace(u'}', u'_')).host();
+    provider.name = host.isEmpty() ? templateName : host;
     provider.request = [pattern](const PriceQuery& query) {
         QString url = pattern;
         url.replace(QStringLiteral("{symbol}"), QString::fromLatin1(QUrl::toPercentEncoding(query.symbol)));

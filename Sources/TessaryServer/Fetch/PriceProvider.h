@@ -34,7 +34,7 @@ struct ProviderSettings {
 // One provider: how to ask it for a symbol's prices and how to read its answer. Bars come
 // back oldest first; an empty list is an empty history, not a failure.
 struct PriceProvider {
-    QString name;
+    QString name; // as the app shows it
     std::function<QNetworkRequest(const PriceQuery&)> request;
     std::function<std::expected<std::vector<DailyBar>, QString>(const PriceQuery&, const HttpAnswer&)> read;
 };
