@@ -47,7 +47,7 @@ ScriptedReply csv(QByteArray body)
 // Waits seldom: the tests are about what is asked and stored, not about waiting.
 FetchPolicy quickPolicy()
 {
-    return FetchPolicy { 1000, 2, std::chrono::milliseconds(5), std::chrono::milliseconds(2000) };
+    return FetchPolicy { 1000, 2, std::chrono::milliseconds(20), std::chrono::milliseconds(2000) };
 }
 
 ProviderSettings settingsFor(const QString& name, const FixtureServer& server, const QString& layout = {})
@@ -201,6 +201,13 @@ void FetchTests::providerAnswers()
 
     const SymbolFetch result = fetchOne(*database, settings);
     QCOMPARE(result.line(), line);
+    // Each retry waits twice as long as the one before, unless the provider said how long.
+    const auto& requests = server.requests();
+    auto wait = settings.policy.backoff;
+    for (qsizetype i = 1; i < requests.size(); ++i, wait *= 2) {
+        if (replies.value(i - 1, replies.back()).headers.isEmpty())
+            QVERIFY2(requests[i].received - requests[i - 1].received >= wait, qPrintable(QString::number(i)));
+    }
     const auto bars = database->dailyBars(u"AAA"_qs);
     if (lastAdjusted == 0) {
         QVERIFY(bars->empty());
