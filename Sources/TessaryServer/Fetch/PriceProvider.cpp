@@ -73,14 +73,6 @@ QString isoDate(QDate date)
     return date.toString(Qt::ISODate);
 }
 
-QUrl joined(const QString& base, const QString& path)
-{
-    QString url = base;
-    while (url.endsWith(u'/'))
-        url.chop(1);
-    return QUrl(url + path);
-}
-
 // A keyless CSV service: Date,Open,High,Low,Close,Volume, closes already adjusted for splits
 // and dividends, "No data" for a symbol it does not know or a range without sessions.
 PriceProvider dailyCsvProvider(const QString& base)
@@ -88,7 +80,7 @@ PriceProvider dailyCsvProvider(const QString& base)
     PriceProvider provider;
     provider.name = dailyCsvName;
     provider.request = [base](const PriceQuery& query) {
-        QUrl url = joined(base, QStringLiteral("/q/d/l/"));
+        QUrl url = joinedUrl(base, QStringLiteral("/q/d/l/"));
         QUrlQuery items;
         QString symbol = query.symbol.toLower();
         symbol.replace(u'.', u'-');
@@ -122,7 +114,7 @@ PriceProvider keyedJsonProvider(const QString& base, const QByteArray& key)
     provider.request = [base, key](const PriceQuery& query) {
         QString symbol = query.symbol;
         symbol.replace(u'.', u'-');
-        QUrl url = joined(
+        QUrl url = joinedUrl(
             base, QStringLiteral("/tiingo/daily/%1/prices").arg(QString::fromLatin1(QUrl::toPercentEncoding(symbol))));
         QUrlQuery items;
         items.addQueryItem(QStringLiteral("startDate"), isoDate(query.start.value_or(historyStart)));
@@ -212,6 +204,13 @@ std::expected<QByteArray, QString> readKey(const ProviderSettings& settings)
 }
 
 } // namespace
+
+QUrl joinedUrl(QString base, const QString& path)
+{
+    while (base.endsWith(u'/'))
+        base.chop(1);
+    return QUrl(base + path);
+}
 
 QStringList priceProviderNames()
 {

@@ -39,6 +39,9 @@ struct PriceProvider {
     std::function<std::expected<std::vector<DailyBar>, QString>(const PriceQuery&, const HttpAnswer&)> read;
 };
 
+// `path` (starting with "/") after `base`, whether or not the user ended it with a slash.
+QUrl joinedUrl(QString base, const QString& path);
+
 // The names `makePriceProvider` knows, for the usage text and its error.
 QStringList priceProviderNames();
 // The CSV layouts a url-template may name.

@@ -93,14 +93,12 @@ ImportResult fetchUniverse(MarketDatabase& database, const ProviderSettings& set
     if (settings.name != listingsName)
         return failure(QStringLiteral("unknown universe provider \"%1\" (%2)")
                            .arg(settings.name, universeProviderNames().join(QStringLiteral(", "))));
-    QString base
+    const QString base
         = settings.baseUrl.isEmpty() ? QStringLiteral("https://www.nasdaqtrader.com/dynamic/SymDir") : settings.baseUrl;
-    while (base.endsWith(u'/'))
-        base.chop(1);
     ProviderClient client(settings.policy);
     QList<QByteArray> files;
     for (const QString& name : listingFiles) {
-        const auto answer = client.get(QNetworkRequest(QUrl(base + u'/' + name)));
+        const auto answer = client.get(QNetworkRequest(joinedUrl(base, u'/' + name)));
         if (!answer)
             return failure(QStringLiteral("%1: %2").arg(name, answer.error()));
         if (answer->status != 200)
