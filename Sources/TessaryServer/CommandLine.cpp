@@ -69,12 +69,87 @@ std::expected<quint16, UsageError> parsePort(const QString& text)
     return static_cast<quint16>(port);
 }
 
+std::expected<double, UsageError> parsePositive(const QString& option, const QString& text)
+{
+    bool ok = false;
+    const double value = text.toDouble(&ok);
+    if (!ok || !(value > 0) || value > 1e6)
+        return usage(QStringLiteral("%1 must be a positive number, not \"%2\"").arg(option, text));
+    return value;
+}
+
+// The options that choose and pace a provider, shared by `fetch` and `serve --refresh`.
+// Answers whether `option` was one of them.
+std::expected<bool, UsageError> parseProviderOption(
+    const QString& option, ArgumentReader& reader, ProviderSettings& settings)
+{
+    static const QStringList texts { QStringLiteral("--provider"), QStringLiteral("--base-url"),
+        QStringLiteral("--url-template"), QStringLiteral("--layout"), QStringLiteral("--key-file") };
+    static const QStringList numbers { QStringLiteral("--rate"), QStringLiteral("--retries"),
+        QStringLiteral("--backoff-ms"), QStringLiteral("--timeout-ms") };
+    if (!texts.contains(option) && !numbers.contains(option))
+        return false;
+    const auto value = reader.value(option);
+    if (!value)
+        return std::unexpected(value.error());
+    QString* const targets[]
+        = { &settings.name, &settings.baseUrl, &settings.urlTemplate, &settings.layout, &settings.keyFile };
+    if (const auto text = texts.indexOf(option); text >= 0) {
+        *targets[text] = *value;
+        return true;
+    }
+    if (option == u"--retries") {
+        bool ok = false;
+        const int retries = value->toInt(&ok);
+        if (!ok || retries < 0 || retries > 20)
+            return usage(QStringLiteral("--retries must be a number from 0 to 20, not \"%1\"").arg(*value));
+        settings.policy.retries = retries;
+        return true;
+    }
+    const auto number = parsePositive(option, *value);
+    if (!number)
+        return std::unexpected(number.error());
+    if (option == u"--rate")
+        settings.policy.requestsPerSecond = *number;
+    else
+        (option == u"--backoff-ms" ? settings.policy.backoff : settings.policy.timeout)
+            = std::chrono::milliseconds(static_cast<qint64>(*number));
+    return true;
+}
+
+// "daily" or "daily@HH:MM", at or after the 16:00 close in New York.
+std::expected<QTime, UsageError> parseRefresh(const QString& text)
+{
+    if (text == u"daily")
+        return DailyRefresh::defaultTime();
+    const QTime at = QTime::fromString(text.mid(6), u"HH:mm");
+    if (!text.startsWith(u"daily@") || !at.isValid())
+        return usage(QStringLiteral("--refresh must be daily or daily@HH:MM, not \"%1\"").arg(text));
+    if (at < QTime(16, 0))
+        return usage(QStringLiteral("--refresh: %1 is before the 16:00 close (New York time)").arg(text.mid(6)));
+    return at;
+}
+
 std::expected<Command, UsageError> parseServe(ArgumentReader& reader)
 {
     ServeCommand command;
+    ProviderSettings provider;
+    bool providerGiven = false;
     while (!reader.atEnd()) {
         const QString option = reader.next();
-        if (option == u"--host") {
+        if (const auto taken = parseProviderOption(option, reader, provider); !taken) {
+            return std::unexpected(taken.error());
+        } else if (*taken) {
+            providerGiven = true;
+        } else if (option == u"--refresh") {
+            const auto text = reader.value(option);
+            if (!text)
+                return std::unexpected(text.error());
+            const auto at = parseRefresh(*text);
+            if (!at)
+                return std::unexpected(at.error());
+            command.options.refresh.emplace().at = *at;
+        } else if (option == u"--host") {
             const auto host = reader.value(option);
             if (!host)
                 return std::unexpected(host.error());
@@ -106,6 +181,53 @@ std::expected<Command, UsageError> parseServe(ArgumentReader& reader)
     }
     if (command.options.dataDirectory.isEmpty())
         command.options.dataDirectory = defaultDataDirectory();
+    if (command.options.refresh) {
+        if (provider.name.isEmpty())
+            return usage(QStringLiteral("serve --refresh needs --provider"));
+        command.options.refresh->provider = provider;
+    } else if (providerGiven) {
+        return usage(QStringLiteral("serve: provider options need --refresh"));
+    }
+    return command;
+}
+
+std::expected<Command, UsageError> parseFetch(ArgumentReader& reader)
+{
+    if (reader.atEnd())
+        return usage(QStringLiteral("fetch needs \"prices\" or \"universe\""));
+    const QString what = reader.next();
+    if (what != u"prices" && what != u"universe")
+        return usage(QStringLiteral("fetch: unknown kind \"%1\" (prices or universe)").arg(what));
+    FetchPricesCommand command;
+    while (!reader.atEnd()) {
+        const QString argument = reader.next();
+        if (const auto taken = parseProviderOption(argument, reader, command.provider); !taken)
+            return std::unexpected(taken.error());
+        else if (*taken)
+            continue;
+        if (argument == u"--data-dir") {
+            const auto value = reader.value(argument);
+            if (!value)
+                return std::unexpected(value.error());
+            command.dataDirectory = *value;
+        } else if (argument == u"--all" && what == u"prices") {
+            if (const auto flag = reader.noValue(argument); !flag)
+                return std::unexpected(flag.error());
+            command.all = true;
+        } else if (argument.startsWith(u"--") || what == u"universe") {
+            return usage(QStringLiteral("fetch %1: unknown argument \"%2\"").arg(what, argument));
+        } else {
+            command.symbols.append(argument);
+        }
+    }
+    if (command.provider.name.isEmpty())
+        return usage(QStringLiteral("fetch %1 needs --provider").arg(what));
+    if (command.dataDirectory.isEmpty())
+        command.dataDirectory = defaultDataDirectory();
+    if (what == u"universe")
+        return FetchUniverseCommand { command.dataDirectory, command.provider };
+    if (command.all == !command.symbols.isEmpty())
+        return usage(QStringLiteral("fetch prices needs symbols or --all (not both)"));
     return command;
 }
 
@@ -210,7 +332,7 @@ std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments
     if (arguments.contains(u"--help") || arguments.contains(u"-h"))
         return HelpCommand {};
     if (arguments.isEmpty())
-        return usage(QStringLiteral("no command given (serve, import or account)"));
+        return usage(QStringLiteral("no command given (serve, import, fetch or account)"));
     ArgumentReader reader(arguments.mid(1));
     if (arguments.front() == u"serve")
         return parseServe(reader);
@@ -218,15 +340,20 @@ std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments
         return parseImport(reader);
     if (arguments.front() == u"account")
         return parseAccount(reader);
-    return usage(QStringLiteral("unknown command \"%1\" (serve, import or account)").arg(arguments.front()));
+    if (arguments.front() == u"fetch")
+        return parseFetch(reader);
+    return usage(QStringLiteral("unknown command \"%1\" (serve, import, fetch or account)").arg(arguments.front()));
 }
 
 QString usageText()
 {
     return QStringLiteral(R"(Usage:
   tessary-server serve [--host 127.0.0.1] [--port N] [--data-dir DIR] [--no-demo] [--signup]
+                       [--refresh daily[@HH:MM] --provider NAME [PROVIDER OPTIONS]]
   tessary-server import prices [--data-dir DIR] PATH...
   tessary-server import universe [--data-dir DIR] FILE
+  tessary-server fetch prices --provider NAME [--data-dir DIR] [PROVIDER OPTIONS] SYMBOL...|--all
+  tessary-server fetch universe --provider us-listings [--data-dir DIR] [PROVIDER OPTIONS]
   tessary-server account add EMAIL [--data-dir DIR] [--password-file FILE]
   tessary-server account list [--data-dir DIR]
   tessary-server account remove EMAIL [--data-dir DIR]
@@ -249,6 +376,11 @@ serve             Serves the market data over HTTP: GET /tickers, /prices,
   --no-demo       Do not seed the simulated demo market into an empty database.
   --signup        Let the sign-in page create accounts (otherwise only
                   "account add" does).
+  --refresh daily[@HH:MM]
+                  Fetch every stored imported symbol once a day at HH:MM New York
+                  time (default 18:00, not before the 16:00 close) on trading days,
+                  at once when a refresh was missed. GET /healthz reports the last
+                  refresh and the symbols that failed.
 
 import prices     Imports daily prices from per-symbol CSV files, or folders of them.
                   The symbol is the file name (BRK.B.csv is BRK.B) unless a symbol column
@@ -258,6 +390,30 @@ import prices     Imports daily prices from per-symbol CSV files, or folders of 
                   reported with file:line and skipped; everything else is one transaction.
 import universe   Imports symbol metadata from a CSV file with a header row (Symbol or
                   Ticker, Name, Sector, Industry, Exchange, Type, Market Cap, ...).
+
+fetch prices      Fetches daily prices from a provider and stores them as "import prices"
+                  does, one transaction per symbol. A stored symbol gets only the days
+                  after its last bar, or its whole history again when the provider's
+                  adjusted close for that day changed. Prints "SYMBOL: fetched N bars",
+                  "SYMBOL: unchanged" or "SYMBOL: failed: REASON" for each symbol and
+                  exits with status 1 when any failed. --all fetches every stored
+                  imported symbol. Providers:
+                    stooq         keyless daily CSV
+                    tiingo        keyed JSON; the key comes from TESSARY_TIINGO_TOKEN or
+                                  the first line of --key-file FILE
+                    url-template  --url-template URL with {symbol}, {start} and {end}
+                                  (YYYY-MM-DD), answering CSV in --layout date-close
+                                  (date,close,adjusted_close), ohlcv (Date,Open,High,Low,
+                                  Close,Adj Close,Volume) or timestamp (timestamp,open,
+                                  high,low,close,adjusted_close,volume,...)
+fetch universe    Imports the US exchanges' pipe-separated listing files (symbol, name,
+                  exchange, ETF flag) as "import universe" does.
+  --base-url URL  The provider's address, instead of its public one.
+  --rate N        At most N requests per second to the provider (default 2).
+  --retries N     Retries after a 429, a 5xx, a time-out or a dropped connection
+                  (default 4), waiting --backoff-ms MS (default 2000), doubled each
+                  time, or as long as the provider's Retry-After asks.
+  --timeout-ms MS A request that receives nothing for this long fails (default 30000).
 
 account add       Adds an account. The password is the first line of FILE, or is typed
                   twice at the terminal (not shown); it needs at least 8 characters.

@@ -27,7 +27,20 @@ struct ImportUniverseCommand {
     QString file;
 };
 
-using Command = std::variant<HelpCommand, ServeCommand, ImportPricesCommand, ImportUniverseCommand, AccountCommand>;
+struct FetchPricesCommand {
+    QString dataDirectory;
+    ProviderSettings provider;
+    QStringList symbols;
+    bool all = false; // every stored imported symbol
+};
+
+struct FetchUniverseCommand {
+    QString dataDirectory;
+    ProviderSettings provider;
+};
+
+using Command = std::variant<HelpCommand, ServeCommand, ImportPricesCommand, ImportUniverseCommand, AccountCommand,
+    FetchPricesCommand, FetchUniverseCommand>;
 
 struct UsageError {
     QString message;

@@ -32,6 +32,13 @@ enum class DataSource { simulated, imported };
 
 using Universe = std::vector<TickerInfo>;
 
+// Where imported prices come from: the provider that last fetched them and when (ISO 8601,
+// UTC); both absent for files imported by hand and for the simulated market.
+struct DataOrigin {
+    std::optional<QString> provider;
+    std::optional<QString> refreshedAt;
+};
+
 // What the request handlers read. The SQLite database implements it; the universe and the
 // histories are shared, immutable snapshots, so a handler may keep one while an import
 // replaces them.
@@ -49,6 +56,7 @@ public:
     // The last daily bar of the whole market: presets end here, not at the wall clock.
     virtual std::optional<QDate> lastMarketDate() const = 0;
     virtual DataSource dataSource() const = 0;
+    virtual DataOrigin dataOrigin() const { return {}; }
 };
 
 } // namespace tessary::server

@@ -4,12 +4,15 @@
 #include "TessaryServer/Account/AccountCommand.h"
 #include "TessaryServer/CommandLine.h"
 #include "TessaryServer/Data/Data.h"
+#include "TessaryServer/Fetch/PriceFetch.h"
+#include "TessaryServer/Fetch/UniverseFetch.h"
 #include "TessaryServer/Http/ServerEngine.h"
 #include "TessaryWire/BuildInfo.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <unistd.h>
@@ -95,6 +98,31 @@ int runImport(const QString& directory, const std::function<ImportResult(MarketD
     return imported ? 0 : 1;
 }
 
+int runFetchPrices(const FetchPricesCommand& command)
+{
+    const auto provider = makePriceProvider(command.provider);
+    if (!provider) {
+        printProblem(provider.error());
+        return 2;
+    }
+    auto database = MarketDatabase::open(command.dataDirectory);
+    if (!database) {
+        printProblem(database.error().description());
+        return 1;
+    }
+    const QStringList symbols = command.all ? importedSymbols(**database) : command.symbols;
+    if (symbols.isEmpty()) {
+        printProblem(QStringLiteral("fetch prices --all: the store holds no imported prices yet; name the symbols"));
+        return 1;
+    }
+    const auto results = fetchPrices(**database, command.provider, *provider, symbols, [](const SymbolFetch& result) {
+        printLine(result.outcome == SymbolFetch::Outcome::failed ? stderr : stdout, result.line());
+    });
+    return std::ranges::any_of(results, [](const SymbolFetch& r) { return r.outcome == SymbolFetch::Outcome::failed; })
+        ? 1
+        : 0;
+}
+
 int runAccount(const AccountCommand& command)
 {
     const auto result = runAccountCommand(command,
@@ -134,6 +162,12 @@ int main(int argc, char* argv[])
     if (const auto* universe = std::get_if<ImportUniverseCommand>(&*command)) {
         return runImport(universe->dataDirectory,
             [universe](MarketDatabase& database) { return importUniverse(database, universe->file); });
+    }
+    if (const auto* fetch = std::get_if<FetchPricesCommand>(&*command))
+        return runFetchPrices(*fetch);
+    if (const auto* universe = std::get_if<FetchUniverseCommand>(&*command)) {
+        return runImport(universe->dataDirectory,
+            [universe](MarketDatabase& database) { return fetchUniverse(database, universe->provider); });
     }
     return runAccount(std::get<AccountCommand>(*command));
 }

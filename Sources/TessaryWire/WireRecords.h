@@ -69,6 +69,9 @@ struct PricesResponse {
     std::optional<QStringList> skippedTickers; // skipped_tickers
     std::optional<DataFreshness> dataFreshness; // data_freshness
     std::optional<QString> dataSource; // data_source: "simulated" or "imported"
+    // Where imported prices were fetched from and when they were last brought up to date.
+    std::optional<QString> dataProvider; // data_provider
+    std::optional<QString> dataRefreshedAt; // data_refreshed_at: ISO 8601, UTC
 
     friend bool operator==(const PricesResponse&, const PricesResponse&) = default;
 };

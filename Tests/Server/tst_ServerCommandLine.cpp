@@ -26,11 +26,27 @@ QString summary(const Command& command)
     if (const auto* serve = std::get_if<ServeCommand>(&command)) {
         const ServerOptions& options = serve->options;
         return QStringLiteral("serve %1 %2 %3%4")
-            .arg(options.host)
-            .arg(options.port)
-            .arg(options.dataDirectory == defaultDataDirectory() ? QStringLiteral("default") : options.dataDirectory)
-            .arg(options.demo ? QString() : QStringLiteral(" no-demo"));
+                   .arg(options.host)
+                   .arg(options.port)
+                   .arg(options.dataDirectory == defaultDataDirectory() ? QStringLiteral("default")
+                                                                        : options.dataDirectory)
+                   .arg(options.demo ? QString() : QStringLiteral(" no-demo"))
+            + (options.refresh ? QStringLiteral(" refresh %1 %2 %3/s")
+                                     .arg(options.refresh->at.toString(u"HH:mm"), options.refresh->provider.name)
+                                     .arg(options.refresh->provider.policy.requestsPerSecond)
+                               : QString());
     }
+    if (const auto* fetch = std::get_if<FetchPricesCommand>(&command)) {
+        const FetchPolicy& policy = fetch->provider.policy;
+        return QStringLiteral("fetch %1 %2 %3 %4 %5 [%6]")
+            .arg(fetch->provider.name, fetch->all ? QStringLiteral("all") : fetch->symbols.join(u'|'))
+            .arg(policy.retries)
+            .arg(policy.backoff.count())
+            .arg(policy.timeout.count())
+            .arg(fetch->provider.urlTemplate + fetch->provider.layout);
+    }
+    if (const auto* listings = std::get_if<FetchUniverseCommand>(&command))
+        return QStringLiteral("listings %1 %2").arg(listings->provider.name, listings->provider.baseUrl);
     if (const auto* prices = std::get_if<ImportPricesCommand>(&command))
         return QStringLiteral("prices %1 %2").arg(prices->dataDirectory, prices->paths.join(u'|'));
     const auto& universe = std::get<ImportUniverseCommand>(command);
@@ -95,9 +111,9 @@ void ServerCommandLineTests::parse_data()
     QTest::newRow("import universe") << "import universe --data-dir /d u.csv"
                                      << "universe /d u.csv";
     QTest::newRow("nothing") << ""
-                             << "error: no command given (serve, import or account)";
+                             << "error: no command given (serve, import, fetch or account)";
     QTest::newRow("unknown command") << "run"
-                                     << "error: unknown command \"run\" (serve, import or account)";
+                                     << "error: unknown command \"run\" (serve, import, fetch or account)";
     QTest::newRow("port out of range") << "serve --port 70000"
                                        << "error: --port must be a number from 0 to 65535, not \"70000\"";
     QTest::newRow("port missing") << "serve --port"
@@ -112,6 +128,37 @@ void ServerCommandLineTests::parse_data()
                                               << "error: import: unknown kind \"bonds\" (prices or universe)";
     QTest::newRow("prices without paths") << "import prices --data-dir /d"
                                           << "error: import prices needs at least one file or directory";
+    QTest::newRow("serve with a refresh") << "serve --refresh daily --provider stooq --rate 0.5"
+                                          << "serve 127.0.0.1 0 default refresh 18:00 stooq 0.5/s";
+    QTest::newRow("refresh at a time") << "serve --refresh=daily@21:15 --provider tiingo"
+                                       << "serve 127.0.0.1 0 default refresh 21:15 tiingo 2/s";
+    QTest::newRow("refresh before the close") << "serve --refresh daily@15:30 --provider stooq"
+                                              << "error: --refresh: 15:30 is before the 16:00 close (New York time)";
+    QTest::newRow("refresh hourly") << "serve --refresh hourly --provider stooq"
+                                    << "error: --refresh must be daily or daily@HH:MM, not \"hourly\"";
+    QTest::newRow("refresh without provider") << "serve --refresh daily"
+                                              << "error: serve --refresh needs --provider";
+    QTest::newRow("provider without refresh") << "serve --provider stooq"
+                                              << "error: serve: provider options need --refresh";
+    QTest::newRow("fetch prices") << "fetch prices --provider url-template --url-template u --layout ohlcv A bRk.b"
+                                     " --retries 1 --backoff-ms 10 --timeout-ms=500"
+                                  << "fetch url-template A|bRk.b 1 10 500 [uohlcv]";
+    QTest::newRow("fetch all") << "fetch prices --all --provider stooq"
+                               << "fetch stooq all 4 2000 30000 []";
+    QTest::newRow("fetch listings") << "fetch universe --provider us-listings --base-url http://127.0.0.1:9"
+                                    << "listings us-listings http://127.0.0.1:9";
+    QTest::newRow("fetch symbols and all") << "fetch prices --provider stooq --all A"
+                                           << "error: fetch prices needs symbols or --all (not both)";
+    QTest::newRow("fetch nothing") << "fetch prices --provider stooq"
+                                   << "error: fetch prices needs symbols or --all (not both)";
+    QTest::newRow("fetch without provider") << "fetch prices A"
+                                            << "error: fetch prices needs --provider";
+    QTest::newRow("fetch symbols of listings") << "fetch universe --provider us-listings A"
+                                               << "error: fetch universe: unknown argument \"A\"";
+    QTest::newRow("negative rate") << "fetch prices --provider stooq --rate -1 A"
+                                   << "error: --rate must be a positive number, not \"-1\"";
+    QTest::newRow("too many retries") << "fetch prices --provider stooq --retries 99 A"
+                                      << "error: --retries must be a number from 0 to 20, not \"99\"";
     QTest::newRow("universe with two files") << "import universe a.csv b.csv"
                                              << "error: import universe needs exactly one file";
 }
@@ -162,7 +209,9 @@ void ServerCommandLineTests::helpDocumentsEveryCommand()
     const QString text = finished.out.join(u'\n');
     for (const char* part : { "tessary-server serve [--host 127.0.0.1] [--port N] [--data-dir DIR] [--no-demo]",
              "tessary-server import prices [--data-dir DIR] PATH...",
-             "tessary-server import universe [--data-dir DIR] FILE", "SIGTERM" })
+             "tessary-server import universe [--data-dir DIR] FILE",
+             "tessary-server fetch prices --provider NAME [--data-dir DIR] [PROVIDER OPTIONS] SYMBOL...|--all",
+             "tessary-server fetch universe --provider us-listings", "--refresh daily[@HH:MM]", "SIGTERM" })
         QVERIFY2(text.contains(QLatin1StringView(part)), part);
 }
 

@@ -53,9 +53,12 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     recorded.path = request.url().path();
     recorded.query = request.url().query(QUrl::FullyEncoded).toUtf8();
     recorded.headers = request.headers();
+    recorded.received = std::chrono::steady_clock::now();
     m_requests.append(recorded);
 
-    const ScriptedReply reply = m_replies.value(recorded.path, ScriptedReply { 404, {}, {} });
+    ScriptedReply reply { 404, {}, {} };
+    if (auto found = m_replies.find(recorded.path); found != m_replies.end() && !found->isEmpty())
+        reply = found->size() > 1 ? found->takeFirst() : found->front();
     auto responder = std::make_unique<QHttpServerResponder>(makeResponder(request, socket));
     if (reply.neverAnswer) {
         m_pending.push_back(std::move(responder));
@@ -68,11 +71,11 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
             if (it == m_pending.end())
                 return;
             if (connection && connection->state() == QAbstractSocket::ConnectedState)
-                answer(**it, reply);
+                answer(**it, reply, connection);
             m_pending.erase(it);
         });
     } else {
-        answer(*responder, reply);
+        answer(*responder, reply, socket);
     }
     return true;
 }
@@ -81,13 +84,21 @@ void FixtureServer::missingHandler(const QHttpServerRequest&, QTcpSocket*)
 {
 }
 
-void FixtureServer::answer(QHttpServerResponder& responder, const ScriptedReply& reply)
+void FixtureServer::answer(QHttpServerResponder& responder, const ScriptedReply& reply, QTcpSocket* socket)
 {
-    const auto status = static_cast<QHttpServerResponder::StatusCode>(reply.status);
-    if (reply.contentType.isEmpty())
-        responder.write(reply.body, QHttpServerResponder::HeaderList {}, status);
-    else
-        responder.write(reply.body, reply.contentType, status);
+    responder.writeStatusLine(static_cast<QHttpServerResponder::StatusCode>(reply.status));
+    if (!reply.contentType.isEmpty())
+        responder.writeHeader("Content-Type", reply.contentType);
+    for (const auto& [name, value] : reply.headers)
+        responder.writeHeader(name, value);
+    responder.writeHeader("Content-Length", QByteArray::number(reply.body.size()));
+    if (!reply.truncate) {
+        responder.writeBody(reply.body);
+        return;
+    }
+    responder.writeBody(reply.body.left(reply.body.size() / 2));
+    socket->flush();
+    socket->disconnectFromHost();
 }
 
 } // namespace tessary::test

@@ -21,6 +21,7 @@ struct RecordedRequest {
     QString path;
     QByteArray query; // percent-encoded, as it arrived; empty when the URL had none
     QList<QPair<QByteArray, QByteArray>> headers;
+    std::chrono::steady_clock::time_point received;
 
     // The value of a header (case-insensitive name), or a null QByteArray when absent.
     QByteArray header(const QByteArray& name) const;
@@ -33,6 +34,8 @@ struct ScriptedReply {
     QByteArray contentType = "application/json";
     std::chrono::milliseconds delay { 0 };
     bool neverAnswer = false; // keep the connection open and silent
+    QList<QPair<QByteArray, QByteArray>> headers; // beyond Content-Type and Content-Length
+    bool truncate = false; // promise the whole body, send half of it, hang up
 
     static ScriptedReply json(QByteArray body, int status = 200) { return ScriptedReply { status, std::move(body) }; }
     static ScriptedReply silent() { return ScriptedReply { 200, {}, {}, std::chrono::milliseconds(0), true }; }
@@ -49,7 +52,10 @@ public:
 
     // "http://127.0.0.1:<port>"
     QUrl baseUrl() const { return m_baseUrl; }
-    void script(const QString& path, ScriptedReply reply) { m_replies.insert(path, std::move(reply)); }
+    void script(const QString& path, ScriptedReply reply) { m_replies.insert(path, { std::move(reply) }); }
+    // Answers the first request with the first reply, the next with the next, and every
+    // request after the last with the last.
+    void scriptSequence(const QString& path, QList<ScriptedReply> replies) { m_replies.insert(path, replies); }
     const QList<RecordedRequest>& requests() const { return m_requests; }
 
 protected:
@@ -57,10 +63,10 @@ protected:
     void missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) override;
 
 private:
-    static void answer(QHttpServerResponder& responder, const ScriptedReply& reply);
+    static void answer(QHttpServerResponder& responder, const ScriptedReply& reply, QTcpSocket* socket);
 
     QUrl m_baseUrl;
-    QHash<QString, ScriptedReply> m_replies;
+    QHash<QString, QList<ScriptedReply>> m_replies;
     QList<RecordedRequest> m_requests;
     // Responders waiting for a delay, or forever.
     std::vector<std::unique_ptr<QHttpServerResponder>> m_pending;

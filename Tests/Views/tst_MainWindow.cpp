@@ -84,6 +84,7 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void welcomeLeadsToAChart();
+    void quoteLineNamesTheProvider();
     void pinnedTickersStayWithTheirList();
     void legendChipEditsTheList();
     void lateStarterOfferSetsACustomRange();
@@ -143,6 +144,22 @@ void MainWindowTests::welcomeLeadsToAChart()
     QVERIFY(m_window->dataSourceBadge()->isVisible());
     QVERIFY(m_window->sidebar()->itemForKey(SidebarItem::list(m_store->lists().front().id).key()));
     QCOMPARE(m_window->chartView()->comparison().series.size(), 3u);
+}
+
+void MainWindowTests::quoteLineNamesTheProvider()
+{
+    QByteArray body = pricesBody();
+    body.replace(R"("data_source":"simulated")",
+        R"("data_source":"imported","data_provider":"stooq","data_refreshed_at":"2024-04-01T22:15:00Z",)"
+        R"("data_freshness":{"latest_historical_timestamp":"2024-03-28T16:00:00-04:00"})");
+    m_server->script(QStringLiteral("/prices"), ScriptedReply::json(body));
+    m_store->create(QStringLiteral("Real"), { QStringLiteral("AAPL") });
+    auto* subtitle = m_window->findChild<QLabel*>(QStringLiteral("listSubtitle"));
+    QTRY_VERIFY(subtitle->text().contains(QStringLiteral("Prices from stooq")));
+    // The refresh time reads in New York time, like the latest quote before it.
+    QVERIFY2(subtitle->text().endsWith(QStringLiteral(" · Prices from stooq, refreshed Apr 1, 2024 6:15 PM ET")),
+        qPrintable(subtitle->text()));
+    QVERIFY(!m_window->dataSourceBadge()->isVisible());
 }
 
 void MainWindowTests::pinnedTickersStayWithTheirList()

@@ -59,7 +59,9 @@ bool readFields(JsonReader<Node>& reader, const Node& node, const JsonPath& at, 
         && reader.required(node, at, "series", out.series) && reader.required(node, at, "rankings", out.rankings)
         && reader.optional(node, at, "skipped_tickers", out.skippedTickers)
         && reader.optional(node, at, "data_freshness", out.dataFreshness)
-        && reader.optional(node, at, "data_source", out.dataSource);
+        && reader.optional(node, at, "data_source", out.dataSource)
+        && reader.optional(node, at, "data_provider", out.dataProvider)
+        && reader.optional(node, at, "data_refreshed_at", out.dataRefreshedAt);
 }
 
 // Columns of unequal length are accepted here: turning them into records tolerates them.

@@ -120,6 +120,12 @@ Comparison buildComparison(
     comparison.interval = response.range.interval;
     comparison.skipped = response.skippedTickers.value_or(QStringList());
     comparison.dataSource = response.dataSource;
+    comparison.dataProvider = response.dataProvider;
+    if (response.dataRefreshedAt) {
+        const QDateTime refreshed = QDateTime::fromString(*response.dataRefreshedAt, Qt::ISODate);
+        if (refreshed.isValid())
+            comparison.dataRefreshed = refreshed;
+    }
     if (response.dataFreshness)
         comparison.lastQuote = lastQuote(*response.dataFreshness, now);
 

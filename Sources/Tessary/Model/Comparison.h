@@ -75,6 +75,8 @@ struct Comparison {
     std::optional<QDateTime> lastQuote;
     std::vector<LateStarter> lateStarters;
     std::optional<QString> dataSource; // "simulated" or "imported" when the service says
+    std::optional<QString> dataProvider; // who the service fetched imported prices from
+    std::optional<QDateTime> dataRefreshed; // and when it last did
 };
 
 // How many points each line keeps for a requested set of `requested` tickers: the total

@@ -165,6 +165,11 @@ DataSource MarketDatabase::dataSource() const
     return demoSeed() ? DataSource::simulated : DataSource::imported;
 }
 
+DataOrigin MarketDatabase::dataOrigin() const
+{
+    return DataOrigin { metaValue(QString::fromLatin1(providerKey)), metaValue(QString::fromLatin1(lastRefreshKey)) };
+}
+
 std::optional<QString> MarketDatabase::metaValue(const QString& key) const
 {
     std::lock_guard lock(m_mutex);

@@ -32,6 +32,9 @@ public:
     static constexpr auto dataSourceKey = "data_source"; // "simulated" or "imported"
     static constexpr auto demoSeedKey = "demo_seed";
     static constexpr auto lastDemoDateKey = "last_demo_date";
+    // Where imported prices were last fetched from, and when (ISO 8601, UTC).
+    static constexpr auto providerKey = "price_provider";
+    static constexpr auto lastRefreshKey = "last_refresh";
 
     // Opens (creating the directory and the schema when missing) the store in `directory`.
     static std::expected<std::unique_ptr<MarketDatabase>, DataError> open(const QString& directory);
@@ -47,6 +50,7 @@ public:
     std::shared_ptr<const IntradayHistory> intradayBars(const QString& symbol) const override;
     std::optional<QDate> lastMarketDate() const override;
     DataSource dataSource() const override;
+    DataOrigin dataOrigin() const override;
 
     // No symbol at all: a fresh database the demo market may seed.
     bool isEmpty() const { return universe()->empty(); }

@@ -53,17 +53,14 @@ struct ParsedRow {
     qsizetype line = 0;
 };
 
-// Reads one price file into `table`. Fails for a file that cannot be used at all; row-level
-// trouble becomes problems and the row is skipped.
-std::expected<void, ImportError> readPriceFile(const QString& path, PriceTable& table, ImportReport& report)
+// Reads one price file's rows into `table`. Fails for a file that cannot be used at all;
+// row-level trouble becomes problems and the row is skipped.
+std::expected<void, ImportError> readPriceRows(
+    QIODevice& device, const QString& name, const QString& fileSymbol, PriceTable& table, ImportReport& report)
 {
     const auto failure
         = [&report](const QString& reason) { return std::unexpected(ImportError::after(report, reason)); };
-    const QString name = QFileInfo(path).fileName();
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
-        return failure(QStringLiteral("%1: cannot read: %2").arg(path, file.errorString()));
-    CsvReader reader(&file);
+    CsvReader reader(&device);
     const QString& headerLine = reader.headerLine();
     const PriceColumns columns = priceColumns(reader.header());
     if (columns.date < 0 || columns.close < 0)
@@ -73,7 +70,6 @@ std::expected<void, ImportError> readPriceFile(const QString& path, PriceTable& 
     if (columns.adjusted < 0)
         report.notes.push_back(QStringLiteral("%1: no adjusted close column, using the close").arg(name));
 
-    const QString fileSymbol = QFileInfo(path).completeBaseName().trimmed().toUpper();
     if (columns.symbol < 0 && !isValidSymbol(fileSymbol))
         return failure(QStringLiteral("%1: the file name is not a ticker symbol").arg(name));
 
@@ -132,6 +128,27 @@ std::expected<void, ImportError> readPriceFile(const QString& path, PriceTable& 
             bars.push_back(parsed[i].bar);
         }
     }
+    return {};
+}
+
+std::expected<void, ImportError> readPriceFile(const QString& path, PriceTable& table, ImportReport& report)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+        return std::unexpected(
+            ImportError::after(report, QStringLiteral("%1: cannot read: %2").arg(path, file.errorString())));
+    const QFileInfo info(path);
+    return readPriceRows(file, info.fileName(), info.completeBaseName().trimmed().toUpper(), table, report);
+}
+
+// Real and simulated prices must never be compared with each other: the first real prices
+// take the demo market's bars away (its symbols and their metadata stay).
+std::expected<void, DataError> leaveSimulation(MarketDatabase::Writer& writer)
+{
+    if (auto removed = writer.removeAllBars(); !removed)
+        return removed;
+    writer.removeMeta(QString::fromLatin1(MarketDatabase::demoSeedKey));
+    writer.removeMeta(QString::fromLatin1(MarketDatabase::lastDemoDateKey));
     return {};
 }
 
@@ -203,13 +220,9 @@ ImportResult importPrices(MarketDatabase& database, const QStringList& paths)
 
     const bool replacesSimulation = database.dataSource() == DataSource::simulated;
     auto written = database.write([&](MarketDatabase::Writer& writer) -> std::expected<void, DataError> {
-        if (replacesSimulation) {
-            // Real and simulated prices must never be compared with each other.
-            if (auto removed = writer.removeAllBars(); !removed)
-                return removed;
-            writer.removeMeta(QString::fromLatin1(MarketDatabase::demoSeedKey));
-            writer.removeMeta(QString::fromLatin1(MarketDatabase::lastDemoDateKey));
-        }
+        if (replacesSimulation)
+            if (auto left = leaveSimulation(writer); !left)
+                return left;
         for (const auto& [symbol, bars] : table) {
             if (auto added = writer.ensureSymbol(symbol); !added)
                 return added;
@@ -226,6 +239,48 @@ ImportResult importPrices(MarketDatabase& database, const QStringList& paths)
     for (const auto& [symbol, bars] : table)
         report.rows += std::ssize(bars);
     return report;
+}
+
+std::expected<std::vector<DailyBar>, ImportError> readPriceCsv(
+    QIODevice& device, const QString& name, const QString& symbol, ImportReport& report)
+{
+    PriceTable table;
+    if (auto read = readPriceRows(device, name, symbol, table, report); !read)
+        return std::unexpected(std::move(read.error()));
+    // A symbol column naming other symbols is someone else's prices.
+    if (table.size() != 1 || table.begin()->first != symbol)
+        return std::unexpected(
+            ImportError::after(report, QStringLiteral("%1: not the prices of %2").arg(name, symbol)));
+    return std::move(table.begin()->second);
+}
+
+std::expected<void, DataError> storeImportedBars(MarketDatabase& database, const QString& symbol,
+    std::span<const DailyBar> bars, BarWrite mode, const QString& provider)
+{
+    const bool replacesSimulation = database.dataSource() == DataSource::simulated;
+    return database.write([&](MarketDatabase::Writer& writer) -> std::expected<void, DataError> {
+        if (replacesSimulation)
+            if (auto left = leaveSimulation(writer); !left)
+                return left;
+        if (auto added = writer.ensureSymbol(symbol); !added)
+            return added;
+        auto stored
+            = mode == BarWrite::replace ? writer.replaceDailyBars(symbol, bars) : writer.appendDailyBars(symbol, bars);
+        if (!stored)
+            return stored;
+        if (auto named = writer.setMeta(QString::fromLatin1(MarketDatabase::providerKey), provider); !named)
+            return named;
+        return writer.setMeta(QString::fromLatin1(MarketDatabase::dataSourceKey), QStringLiteral("imported"));
+    });
+}
+
+std::expected<void, DataError> recordRefresh(MarketDatabase& database, const QString& provider, const QDateTime& time)
+{
+    return database.write([&](MarketDatabase::Writer& writer) -> std::expected<void, DataError> {
+        if (auto named = writer.setMeta(QString::fromLatin1(MarketDatabase::providerKey), provider); !named)
+            return named;
+        return writer.setMeta(QString::fromLatin1(MarketDatabase::lastRefreshKey), time.toUTC().toString(Qt::ISODate));
+    });
 }
 
 } // namespace tessary::server

@@ -69,13 +69,17 @@ std::optional<QString> nonEmpty(const QString& text)
 
 ImportResult importUniverse(MarketDatabase& database, const QString& path)
 {
-    ImportReport report;
-    const QString name = QFileInfo(path).fileName();
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return std::unexpected(
-            ImportError::after(report, QStringLiteral("%1: cannot read: %2").arg(path, file.errorString())));
-    CsvReader reader(&file);
+            ImportError { QStringLiteral("%1: cannot read: %2").arg(path, file.errorString()), {}, {} });
+    return importUniverse(database, file, QFileInfo(path).fileName());
+}
+
+ImportResult importUniverse(MarketDatabase& database, QIODevice& device, const QString& name)
+{
+    ImportReport report;
+    CsvReader reader(&device);
     const QString& headerLine = reader.headerLine();
     std::vector<std::pair<qsizetype, Field>> columns;
     const QStringList& header = reader.header();

@@ -167,6 +167,11 @@ std::expected<PricesResponse, UnknownTickerError> computePrices(const MarketRead
         response.dataFreshness = freshness;
     }
     response.dataSource = dataSourceName(market.dataSource());
+    if (market.dataSource() == DataSource::imported) {
+        const DataOrigin origin = market.dataOrigin();
+        response.dataProvider = origin.provider;
+        response.dataRefreshedAt = origin.refreshedAt;
+    }
     return response;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TessaryServer/Data/DataError.h"
+#include "TessaryServer/Fetch/PriceRefresher.h"
 #include "TessaryServer/MarketReader.h"
 
 #include <QObject>
@@ -34,6 +35,8 @@ struct ServerOptions {
     // Replaces the store in `dataDirectory` (tests serve a market held in memory). Without a
     // data directory the accounts are then held in memory too.
     MarketOpener openMarket;
+    // Refresh the store's imported prices once a day (needs the store, not `openMarket`).
+    std::optional<DailyRefresh> refresh;
 };
 
 // ~/.local/share/Tessary/server (honouring XDG_DATA_HOME).

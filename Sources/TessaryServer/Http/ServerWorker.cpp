@@ -1,5 +1,6 @@
 #include "ServerWorker.h"
 
+#include "HealthHandler.h"
 #include "HttpTransport.h"
 #include "MarketHandlers.h"
 #include "TessaryServer/Account/Account.h"
@@ -70,13 +71,24 @@ void ServerWorker::run()
     }
     m_accounts = std::move(*accounts);
     m_accountHandlers = std::make_unique<AccountHandlers>(*m_accounts, m_options.signup);
+    if (auto* database = dynamic_cast<MarketDatabase*>(m_market.get()); database && m_options.refresh) {
+        auto provider = makePriceProvider(m_options.refresh->provider);
+        if (!provider) {
+            Q_EMIT failed(provider.error());
+            return;
+        }
+        m_refresher = std::make_unique<PriceRefresher>(*database, *m_options.refresh, std::move(*provider));
+    }
 
     const bool ownsDirectory = !m_options.openMarket || !m_options.dataDirectory.isEmpty();
     m_transport = std::make_unique<HttpTransport>(
         [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get(),
-            updates = UpdateFeedHandler(ownsDirectory ? dataDirectory() : QString())](const HttpRequest& request) {
+            updates = UpdateFeedHandler(ownsDirectory ? dataDirectory() : QString()),
+            refresh = m_refresher ? m_refresher->state() : nullptr](const HttpRequest& request) {
             if (request.path == UpdateFeedHandler::path)
                 return updates.handle();
+            if (request.path == u"/healthz")
+                return healthResponse(refresh.get());
             return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
         });
     const auto port = m_transport->start(*address, m_options.port);
@@ -91,6 +103,8 @@ void ServerWorker::run()
 void ServerWorker::shutdown()
 {
     m_transport.reset();
+    // Before the store it writes to.
+    m_refresher.reset();
     m_accountHandlers.reset();
     m_accounts.reset();
     m_handlers.reset();

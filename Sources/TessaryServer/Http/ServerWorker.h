@@ -14,6 +14,7 @@ class AccountHandlers;
 class Accounts;
 class HttpTransport;
 class MarketHandlers;
+class PriceRefresher;
 
 // Lives on the service thread and owns everything that must stay there: the market, the
 // accounts, the handlers and the HTTP server.
@@ -50,6 +51,7 @@ private:
     std::unique_ptr<Accounts> m_accounts;
     std::unique_ptr<AccountHandlers> m_accountHandlers;
     std::unique_ptr<HttpTransport> m_transport;
+    std::unique_ptr<PriceRefresher> m_refresher;
 };
 
 } // namespace tessary::server

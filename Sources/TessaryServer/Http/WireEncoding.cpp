@@ -127,6 +127,8 @@ QByteArray encodePricesResponse(const PricesResponse& response)
         json.endObject();
     }
     optionalText(json, "data_source", response.dataSource);
+    optionalText(json, "data_provider", response.dataProvider);
+    optionalText(json, "data_refreshed_at", response.dataRefreshedAt);
     json.endObject();
     return json.take();
 }

@@ -41,6 +41,8 @@ const QString simulatedText = QStringLiteral("Simulated data");
 const QString simulatedTip
     = QStringLiteral("These prices come from the built-in demo market: they are simulated, not real quotes.");
 const QString lastQuotePrefix = QStringLiteral("Latest quote ");
+const QString providerPrefix = QStringLiteral("Prices from ");
+const QString refreshedPrefix = QStringLiteral(", refreshed ");
 const QString starterTipText = QStringLiteral("We added a few starter tickers");
 constexpr int starterTipMilliseconds = 20'000;
 const QString newWidgetText = QStringLiteral("New Floating Widget");
@@ -339,6 +341,13 @@ void MainWindow::refreshHeader()
         subtitle += QStringLiteral(" · ") + lastQuotePrefix
             + DateLabel::display(MarketTime::dateOf(*comparison->lastQuote)) + u' '
             + MarketTime::time(*comparison->lastQuote);
+    // Imported prices say where they came from, as simulated ones carry their badge.
+    if (comparison && comparison->dataSource == QStringLiteral("imported") && comparison->dataProvider) {
+        subtitle += QStringLiteral(" · ") + providerPrefix + *comparison->dataProvider;
+        if (comparison->dataRefreshed)
+            subtitle += refreshedPrefix + DateLabel::display(MarketTime::dateOf(*comparison->dataRefreshed)) + u' '
+                + MarketTime::time(*comparison->dataRefreshed);
+    }
     m_title->setText(title);
     m_subtitle->setText(subtitle);
     m_title->setVisible(!title.isEmpty());
