@@ -5,6 +5,7 @@
 #include "TessaryServer/CommandLine.h"
 #include "TessaryServer/Data/Data.h"
 #include "TessaryServer/Http/ServerEngine.h"
+#include "TessaryServer/Storage/Storage.h"
 #include "TessaryWire/BuildInfo.h"
 
 #include <QCoreApplication>
@@ -82,9 +83,11 @@ int serve(const ServeCommand& command)
     return status;
 }
 
-int runImport(const QString& directory, const std::function<ImportResult(MarketDatabase&)>& import)
+int runImport(const QString& directory, const PostgresOptions& postgres,
+    const std::function<ImportResult(MarketDatabase&)>& import)
 {
-    auto database = MarketDatabase::open(directory);
+    const auto storage = ServerStorage::open(directory, postgres);
+    auto database = storage ? storage->openMarket() : std::unexpected(storage.error());
     if (!database) {
         printProblem(database.error().description());
         return 1;
@@ -93,6 +96,18 @@ int runImport(const QString& directory, const std::function<ImportResult(MarketD
     for (const QString& line : imported ? imported->lines() : imported.error().lines())
         printLine(imported ? stdout : stderr, line);
     return imported ? 0 : 1;
+}
+
+int runMigrate(const MigrateCommand& command)
+{
+    const auto copied = copyStoreToPostgres(command.dataDirectory, command.target);
+    if (!copied) {
+        printProblem(QStringLiteral("migrate failed, nothing was copied: ") + copied.error().description());
+        return 1;
+    }
+    for (const QString& line : *copied)
+        printLine(stdout, line);
+    return 0;
 }
 
 int runAccount(const AccountCommand& command)
@@ -128,12 +143,14 @@ int main(int argc, char* argv[])
     if (const auto* serveCommand = std::get_if<ServeCommand>(&*command))
         return serve(*serveCommand);
     if (const auto* prices = std::get_if<ImportPricesCommand>(&*command)) {
-        return runImport(prices->dataDirectory,
+        return runImport(prices->dataDirectory, prices->postgres,
             [prices](MarketDatabase& database) { return importPrices(database, prices->paths); });
     }
     if (const auto* universe = std::get_if<ImportUniverseCommand>(&*command)) {
-        return runImport(universe->dataDirectory,
+        return runImport(universe->dataDirectory, universe->postgres,
             [universe](MarketDatabase& database) { return importUniverse(database, universe->file); });
     }
+    if (const auto* migrate = std::get_if<MigrateCommand>(&*command))
+        return runMigrate(*migrate);
     return runAccount(std::get<AccountCommand>(*command));
 }

@@ -1,5 +1,6 @@
 #include "ServerWorker.h"
 
+#include "HealthHandler.h"
 #include "HttpTransport.h"
 #include "MarketHandlers.h"
 #include "TessaryServer/Account/Account.h"
@@ -16,10 +17,23 @@ ServerWorker::ServerWorker(ServerOptions options)
 
 ServerWorker::~ServerWorker() = default;
 
-std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDatabase(const MarketProgress& progress) const
+std::expected<void, DataError> ServerWorker::openStorage()
 {
+    if (m_storage)
+        return {};
     const QString directory = m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory;
-    auto database = MarketDatabase::open(directory);
+    auto storage = ServerStorage::open(directory, m_options.postgres);
+    if (!storage)
+        return std::unexpected(storage.error());
+    m_storage = std::move(*storage);
+    return {};
+}
+
+std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDatabase(const MarketProgress& progress)
+{
+    if (auto opened = openStorage(); !opened)
+        return std::unexpected(opened.error());
+    auto database = m_storage->openMarket();
     if (!database)
         return std::unexpected(database.error());
     if (auto prepared = prepareMarket(**database, m_options.demo, progress, m_stop.get_token()); !prepared)
@@ -27,14 +41,21 @@ std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDataba
     return std::unique_ptr<MarketReader>(std::move(*database));
 }
 
-std::expected<std::unique_ptr<Accounts>, DataError> ServerWorker::openAccounts() const
+std::expected<std::unique_ptr<Accounts>, DataError> ServerWorker::openAccounts()
 {
-    const bool inMemory = m_options.openMarket && m_options.dataDirectory.isEmpty();
-    auto store = inMemory ? SqliteAccountStore::openInMemory()
-                          : SqliteAccountStore::open(
-                              m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory);
+    const bool inMemory = m_options.openMarket && m_options.dataDirectory.isEmpty() && !m_options.postgres.enabled();
+    std::expected<std::unique_ptr<AccountStore>, DataError> store = std::unexpected(DataError {});
+    if (inMemory) {
+        store = SqliteAccountStore::openInMemory();
+    } else if (auto opened = openStorage(); !opened) {
+        store = std::unexpected(opened.error());
+    } else {
+        store = m_storage->openAccounts();
+    }
     if (!store)
         return std::unexpected(store.error());
+    // The accounts reach the same database as the market: the health check asks them.
+    m_health = std::make_unique<HealthHandler>([raw = store->get()] { return raw->ping(); });
     return std::make_unique<Accounts>(std::move(*store));
 }
 
@@ -68,7 +89,10 @@ void ServerWorker::run()
     m_accountHandlers = std::make_unique<AccountHandlers>(*m_accounts, m_options.signup);
 
     m_transport = std::make_unique<HttpTransport>(
-        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get()](const HttpRequest& request) {
+        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get(), health = m_health.get()](
+            const HttpRequest& request) {
+            if (HealthHandler::serves(request.path))
+                return health->handle(request);
             return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
         });
     const auto port = m_transport->start(*address, m_options.port);
@@ -84,9 +108,11 @@ void ServerWorker::shutdown()
 {
     m_transport.reset();
     m_accountHandlers.reset();
+    m_health.reset();
     m_accounts.reset();
     m_handlers.reset();
     m_market.reset();
+    m_storage.reset();
     thread()->quit();
 }
 
