@@ -162,6 +162,7 @@ private Q_SLOTS:
     void settingsThroughTheRunningServer();
     void twoServersOnOneDatabase();
     void killedImportLeavesNothing();
+    void migrateCopiesASqliteStoreOnce();
 
 private:
     QTemporaryDir m_directory;
@@ -405,6 +406,61 @@ void AccountsServerTests::killedImportLeavesNothing()
     QCOMPARE(complete.first, std::size_t(60));
     QVERIFY2(afterKill.second == 0 || afterKill == complete,
         qPrintable(QStringLiteral("%1 symbols, %2 bars left").arg(afterKill.first).arg(afterKill.second)));
+}
+
+void AccountsServerTests::migrateCopiesASqliteStoreOnce()
+{
+    if (!tessary::test::TestDatabase::onPostgres())
+        QSKIP("migrate copies into PostgreSQL: the PostgreSQL run of these tests covers it");
+    const tessary::test::TestDatabase target;
+    TESSARY_REQUIRE_DATABASE(target);
+    QTemporaryDir source;
+    const QStringList sqlite { QStringLiteral("--data-dir"), source.path() };
+    const QString gil = QStringLiteral("gil@example.com");
+    const QString password = QStringLiteral("gil's password");
+    QFile prices(source.filePath(QStringLiteral("BRK.B.csv")));
+    QVERIFY(prices.open(QIODevice::WriteOnly));
+    prices.write("date,close,adjusted_close\n2021-04-20,270.5,270.5\n2021-04-21,\"272.25\",272.125\n");
+    prices.close();
+    QCOMPARE(
+        run(QStringList { QStringLiteral("import"), QStringLiteral("prices"), prices.fileName() } + sqlite).exitCode,
+        0);
+
+    // A device signed in and a second version of the lists, on SQLite.
+    QProcess server;
+    QUrl base = startServer(server, sqlite, gil, password);
+    QVERIFY(base.isValid());
+    QNetworkAccessManager network;
+    const QString token = tokenFor(network, base, gil, password);
+    const auto account = [&base] { return base.resolved(QUrl(QStringLiteral("/account"))); };
+    QCOMPARE(send(network, "GET", account(), {}, {}, token).status, 200);
+    const Reply saved
+        = send(network, "PUT", account(), documentNamed(QStringLiteral("Mine")), "application/json", token, "\"1\"");
+    QCOMPARE(saved.status, 200);
+    const QByteArray tickers = send(network, "GET", base.resolved(QUrl(QStringLiteral("/tickers")))).body;
+    stopServer(server);
+
+    const QStringList migrate { QStringLiteral("migrate"), QStringLiteral("--from"),
+        QStringLiteral("sqlite:") + source.path(), QStringLiteral("--to"), target.postgres().url };
+    const Finished copied = run(migrate);
+    QCOMPARE(copied.exitCode, 0);
+    QVERIFY2(copied.out.contains(u"daily_bars: 2 rows"), qPrintable(copied.out));
+    const Finished again = run(migrate);
+    QCOMPARE(again.exitCode, 1);
+    QVERIFY2(again.err.contains(u"not empty"), qPrintable(again.err));
+
+    // The same device, lists and market on PostgreSQL; the next version follows on.
+    base = startServer(server, target.arguments());
+    QVERIFY(base.isValid());
+    const Reply current = send(network, "GET", account(), {}, {}, token);
+    QCOMPARE(current.etag, QByteArray("\"2\""));
+    QCOMPARE(current.body, saved.body);
+    QCOMPARE(
+        send(network, "PUT", account(), documentNamed(QStringLiteral("Next")), "application/json", token, "\"2\"").etag,
+        QByteArray("\"3\""));
+    QCOMPARE(send(network, "GET", base.resolved(QUrl(QStringLiteral("/tickers")))).body, tickers);
+    QVERIFY(!tokenFor(network, base, gil, password).isEmpty());
+    stopServer(server);
 }
 
 QTEST_GUILESS_MAIN(AccountsServerTests)
