@@ -4,6 +4,7 @@
 
 #include <QDate>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -49,6 +50,9 @@ public:
     // The last daily bar of the whole market: presets end here, not at the wall clock.
     virtual std::optional<QDate> lastMarketDate() const = 0;
     virtual DataSource dataSource() const = 0;
+    // A hint that the histories of these symbols are wanted next: a backend that pays a round
+    // trip per read fetches them all in one.
+    virtual void prefetch(const QStringList& symbols) const { Q_UNUSED(symbols); }
 };
 
 } // namespace tessary::server

@@ -437,7 +437,13 @@ void AccountsServerTests::migrateCopiesASqliteStoreOnce()
     const Reply saved
         = send(network, "PUT", account(), documentNamed(QStringLiteral("Mine")), "application/json", token, "\"1\"");
     QCOMPARE(saved.status, 200);
-    const QByteArray tickers = send(network, "GET", base.resolved(QUrl(QStringLiteral("/tickers")))).body;
+    const auto market = [&base] {
+        return std::pair { base.resolved(QUrl(QStringLiteral("/tickers"))),
+            base.resolved(QUrl(QStringLiteral("/prices?tickers=BRK.B&preset=5Y&intraday=false"))) };
+    };
+    const QByteArray tickers = send(network, "GET", market().first).body;
+    const Reply answered = send(network, "GET", market().second);
+    QCOMPARE(answered.status, 200);
     stopServer(server);
 
     const QStringList migrate { QStringLiteral("migrate"), QStringLiteral("--from"),
@@ -458,7 +464,8 @@ void AccountsServerTests::migrateCopiesASqliteStoreOnce()
     QCOMPARE(
         send(network, "PUT", account(), documentNamed(QStringLiteral("Next")), "application/json", token, "\"2\"").etag,
         QByteArray("\"3\""));
-    QCOMPARE(send(network, "GET", base.resolved(QUrl(QStringLiteral("/tickers")))).body, tickers);
+    QCOMPARE(send(network, "GET", market().first).body, tickers);
+    QCOMPARE(send(network, "GET", market().second).body, answered.body);
     QVERIFY(!tokenFor(network, base, gil, password).isEmpty());
     stopServer(server);
 }

@@ -93,6 +93,48 @@ std::shared_ptr<const IntradayHistory> MarketDatabase::intradayBars(const QStrin
     return bars;
 }
 
+QHash<qint64, DailyHistory> MarketDatabase::loadDailyBars(const QList<qint64>& ids) const
+{
+    QHash<qint64, DailyHistory> histories;
+    for (const qint64 id : ids)
+        histories.insert(id, loadDailyBars(id));
+    return histories;
+}
+
+QHash<qint64, IntradayHistory> MarketDatabase::loadIntradayBars(const QList<qint64>& ids) const
+{
+    QHash<qint64, IntradayHistory> histories;
+    for (const qint64 id : ids)
+        histories.insert(id, loadIntradayBars(id));
+    return histories;
+}
+
+void MarketDatabase::prefetch(const QStringList& symbols) const
+{
+    std::lock_guard lock(m_mutex);
+    refresh();
+    QList<qint64> daily;
+    QList<qint64> intraday;
+    QHash<qint64, QString> symbolOf;
+    for (const QString& symbol : symbols) {
+        const auto id = m_ids.constFind(symbol);
+        if (id == m_ids.cend())
+            continue;
+        symbolOf.insert(*id, symbol);
+        if (!m_daily.contains(symbol))
+            daily.append(*id);
+        if (!m_intraday.contains(symbol))
+            intraday.append(*id);
+    }
+    // A symbol without any bars is not in the answer; it gets its empty history all the same.
+    auto dailyBars = daily.isEmpty() ? QHash<qint64, DailyHistory>() : loadDailyBars(daily);
+    for (const qint64 id : std::as_const(daily))
+        m_daily.insert(symbolOf.value(id), std::make_shared<const DailyHistory>(dailyBars.take(id)));
+    auto intradayBars = intraday.isEmpty() ? QHash<qint64, IntradayHistory>() : loadIntradayBars(intraday);
+    for (const qint64 id : std::as_const(intraday))
+        m_intraday.insert(symbolOf.value(id), std::make_shared<const IntradayHistory>(intradayBars.take(id)));
+}
+
 std::optional<QDate> MarketDatabase::lastMarketDate() const
 {
     std::lock_guard lock(m_mutex);

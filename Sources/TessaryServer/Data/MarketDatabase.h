@@ -44,6 +44,7 @@ public:
     std::shared_ptr<const IntradayHistory> intradayBars(const QString& symbol) const override;
     std::optional<QDate> lastMarketDate() const override;
     DataSource dataSource() const override;
+    void prefetch(const QStringList& symbols) const override;
 
     // No symbol at all: a fresh database the demo market may seed.
     bool isEmpty() const { return universe()->empty(); }
@@ -103,6 +104,9 @@ protected:
     virtual std::expected<Snapshot, DataError> loadSnapshot() const = 0;
     virtual DailyHistory loadDailyBars(qint64 id) const = 0;
     virtual IntradayHistory loadIntradayBars(qint64 id) const = 0;
+    // The histories of several symbols by id; one by one unless a backend can do better.
+    virtual QHash<qint64, DailyHistory> loadDailyBars(const QList<qint64>& ids) const;
+    virtual QHash<qint64, IntradayHistory> loadIntradayBars(const QList<qint64>& ids) const;
     virtual qint64 countDailyBars() const = 0;
     // Runs `body` on a writer inside one transaction, committing only when it succeeds.
     virtual std::expected<void, DataError> transaction(

@@ -1,5 +1,8 @@
 #include "PgConnection.h"
 
+#include <QtEndian>
+
+#include <bit>
 #include <libpq-fe.h>
 
 #include <cstdlib>
@@ -135,6 +138,22 @@ QByteArray PgResult::bytes(int row, int column) const
     return bytes;
 }
 
+// Binary columns arrive in network byte order.
+qint32 PgResult::binaryInteger4(int row, int column) const
+{
+    return qFromBigEndian<qint32>(raw(row, column));
+}
+
+qint64 PgResult::binaryInteger8(int row, int column) const
+{
+    return qFromBigEndian<qint64>(raw(row, column));
+}
+
+double PgResult::binaryReal8(int row, int column) const
+{
+    return std::bit_cast<double>(qFromBigEndian<quint64>(raw(row, column)));
+}
+
 std::optional<QString> PgResult::optionalText(int row, int column) const
 {
     return isNull(row, column) ? std::nullopt : std::optional(text(row, column));
@@ -179,6 +198,16 @@ DataError PgConnection::lastError(const QString& what) const
 
 std::expected<PgResult, DataError> PgConnection::query(const char* sql, const PgParams& params)
 {
+    return run(sql, params, 0);
+}
+
+std::expected<PgResult, DataError> PgConnection::queryBinary(const char* sql, const PgParams& params)
+{
+    return run(sql, params, 1);
+}
+
+std::expected<PgResult, DataError> PgConnection::run(const char* sql, const PgParams& params, int resultFormat)
+{
     auto name = m_prepared.constFind(sql);
     if (name == m_prepared.cend()) {
         const QByteArray newName = "s" + QByteArray::number(m_prepared.size() + 1);
@@ -189,7 +218,7 @@ std::expected<PgResult, DataError> PgConnection::query(const char* sql, const Pg
     }
     const auto values = params.values();
     PgResult result(PQexecPrepared(m_connection, name->constData(), params.count(), values.data(),
-        params.lengths().data(), params.formats().data(), 0));
+        params.lengths().data(), params.formats().data(), resultFormat));
     const auto status = PQresultStatus(result.m_result.get());
     if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK)
         return std::unexpected(lastError(QStringLiteral("PostgreSQL failed")));

@@ -59,6 +59,10 @@ public:
     std::optional<QString> optionalText(int row, int column) const;
     std::optional<double> optionalReal(int row, int column) const;
     const char* raw(int row, int column) const;
+    // Columns of a binary result (queryBinary): INTEGER, BIGINT, DOUBLE PRECISION.
+    qint32 binaryInteger4(int row, int column) const;
+    qint64 binaryInteger8(int row, int column) const;
+    double binaryReal8(int row, int column) const;
 
 private:
     friend class PgConnection;
@@ -80,6 +84,8 @@ public:
     PgConnection& operator=(const PgConnection&) = delete;
 
     std::expected<PgResult, DataError> query(const char* sql, const PgParams& params = {});
+    // The same with the rows in binary: read them with the `binary…` accessors.
+    std::expected<PgResult, DataError> queryBinary(const char* sql, const PgParams& params);
     // SQL text without parameters, possibly several statements (schema, transaction control).
     std::expected<void, DataError> execute(const char* sql);
     // `COPY … FROM STDIN` with `data` in COPY's text format.
@@ -93,6 +99,7 @@ public:
 
 private:
     explicit PgConnection(pg_conn* connection);
+    std::expected<PgResult, DataError> run(const char* sql, const PgParams& params, int resultFormat);
     DataError lastError(const QString& what) const;
 
     pg_conn* m_connection = nullptr;

@@ -20,6 +20,8 @@ protected:
     std::expected<Snapshot, DataError> loadSnapshot() const override;
     DailyHistory loadDailyBars(qint64 id) const override;
     IntradayHistory loadIntradayBars(qint64 id) const override;
+    QHash<qint64, DailyHistory> loadDailyBars(const QList<qint64>& ids) const override;
+    QHash<qint64, IntradayHistory> loadIntradayBars(const QList<qint64>& ids) const override;
     qint64 countDailyBars() const override;
     std::expected<void, DataError> transaction(
         const std::function<std::expected<void, DataError>(Writer&)>& body) override;
