@@ -120,33 +120,12 @@ std::expected<MarketDatabase::Snapshot, DataError> PostgresMarketDatabase::loadS
 
 DailyHistory PostgresMarketDatabase::loadDailyBars(qint64 id) const
 {
-    DailyHistory bars;
-    // Binary rows: a cold list of 201 histories is a million numbers, and formatting and parsing
-    // them as text was most of its time.
-    const auto rows = m_pool->lease()->queryBinary(
-        "SELECT day, close, adj_close FROM daily_bars WHERE symbol_id = $1 ORDER BY day", PgParams().add(id));
-    if (!rows)
-        return bars;
-    bars.reserve(rows->rows());
-    for (int row = 0; row < rows->rows(); ++row) {
-        bars.push_back(
-            DailyBar { dateOfDay(rows->binaryInteger4(row, 0)), rows->binaryReal8(row, 1), rows->binaryReal8(row, 2) });
-    }
-    return bars;
+    return loadDailyBars(QList { id }).value(id);
 }
 
 IntradayHistory PostgresMarketDatabase::loadIntradayBars(qint64 id) const
 {
-    IntradayHistory bars;
-    const auto rows = m_pool->lease()->queryBinary(
-        "SELECT time, close, adj_close FROM intraday_bars WHERE symbol_id = $1 ORDER BY time", PgParams().add(id));
-    if (!rows)
-        return bars;
-    bars.reserve(rows->rows());
-    for (int row = 0; row < rows->rows(); ++row)
-        bars.push_back(
-            IntradayBar { rows->binaryInteger8(row, 0), rows->binaryReal8(row, 1), rows->binaryReal8(row, 2) });
-    return bars;
+    return loadIntradayBars(QList { id }).value(id);
 }
 
 namespace {
@@ -161,8 +140,9 @@ QString idArray(const QList<qint64>& ids)
     return u'{' + numbers.join(u',') + u'}';
 }
 
-// The rows of several symbols come unordered: an ORDER BY made the server sort them all,
-// which took longer than sorting each history here (usually already in order).
+// The rows come unordered: an ORDER BY made the server sort them all, which took longer than
+// sorting each history here (usually already in order). Binary rows: a cold list of 201
+// histories is a million numbers, and formatting and parsing them as text took most of its time.
 template <typename Bars, typename Key> void sortByTime(Bars& bars, Key key)
 {
     if (!std::ranges::is_sorted(bars, {}, key))
