@@ -55,7 +55,8 @@ void generateWholeDemoMarket(benchmark::State& state)
         state.counters["daily_bars"] = double(report->dailyBars);
         state.counters["intraday_bars"] = double(report->intradayBars);
         state.counters["symbols"] = report->symbols;
-        state.counters["file_MB"] = double(QFileInfo((*database)->filePath()).size()) / 1e6;
+        state.counters["file_MB"]
+            = double(QFileInfo(static_cast<SqliteMarketDatabase&>(**database).filePath()).size()) / 1e6;
     }
 }
 BENCHMARK(generateWholeDemoMarket)->Iterations(1)->Unit(benchmark::kMillisecond);

@@ -130,6 +130,45 @@ std::expected<QTime, UsageError> parseRefresh(const QString& text)
     return at;
 }
 
+// Reads `--database URL` into the data directory or the PostgreSQL options.
+std::expected<void, UsageError> readDatabase(const QString& url, QString& dataDirectory, PostgresOptions& postgres)
+{
+    if (url.startsWith(u"sqlite:") && url.size() > 7) {
+        dataDirectory = url.mid(7);
+        postgres.url.clear();
+        return {};
+    }
+    if (url.startsWith(u"postgresql://") || url.startsWith(u"postgres://")) {
+        postgres.url = url;
+        return {};
+    }
+    return usage(
+        QStringLiteral("--database must be sqlite:DIR or postgresql://USER@HOST:PORT/DB, not \"%1\"").arg(url));
+}
+
+// `--database` and `--db-connections`, which every command that opens the store takes.
+// False when `option` is neither.
+std::expected<bool, UsageError> readStorageOption(
+    ArgumentReader& reader, const QString& option, QString& dataDirectory, PostgresOptions& postgres)
+{
+    if (option != u"--database" && option != u"--db-connections")
+        return false;
+    const auto value = reader.value(option);
+    if (!value)
+        return std::unexpected(value.error());
+    if (option == u"--database") {
+        if (auto read = readDatabase(*value, dataDirectory, postgres); !read)
+            return std::unexpected(read.error());
+        return true;
+    }
+    bool ok = false;
+    const int connections = value->toInt(&ok);
+    if (!ok || connections < 1 || connections > 1000)
+        return usage(QStringLiteral("--db-connections must be a number from 1 to 1000, not \"%1\"").arg(*value));
+    postgres.connections = connections;
+    return true;
+}
+
 std::expected<Command, UsageError> parseServe(ArgumentReader& reader)
 {
     ServeCommand command;
@@ -137,6 +176,11 @@ std::expected<Command, UsageError> parseServe(ArgumentReader& reader)
     bool providerGiven = false;
     while (!reader.atEnd()) {
         const QString option = reader.next();
+        const auto storage = readStorageOption(reader, option, command.options.dataDirectory, command.options.postgres);
+        if (!storage)
+            return std::unexpected(storage.error());
+        if (*storage)
+            continue;
         if (const auto taken = parseProviderOption(option, reader, provider); !taken) {
             return std::unexpected(taken.error());
         } else if (*taken) {
@@ -201,6 +245,11 @@ std::expected<Command, UsageError> parseFetch(ArgumentReader& reader)
     FetchPricesCommand command;
     while (!reader.atEnd()) {
         const QString argument = reader.next();
+        const auto storage = readStorageOption(reader, argument, command.dataDirectory, command.postgres);
+        if (!storage)
+            return std::unexpected(storage.error());
+        if (*storage)
+            continue;
         if (const auto taken = parseProviderOption(argument, reader, command.provider); !taken)
             return std::unexpected(taken.error());
         else if (*taken)
@@ -225,20 +274,31 @@ std::expected<Command, UsageError> parseFetch(ArgumentReader& reader)
     if (command.dataDirectory.isEmpty())
         command.dataDirectory = defaultDataDirectory();
     if (what == u"universe")
-        return FetchUniverseCommand { command.dataDirectory, command.provider };
+        return FetchUniverseCommand { command.dataDirectory, command.provider, command.postgres };
     if (command.all == !command.symbols.isEmpty())
         return usage(QStringLiteral("fetch prices needs symbols or --all (not both)"));
     return command;
 }
 
-// The shared shape of both imports: --data-dir anywhere, everything else a path.
-std::expected<std::pair<QString, QStringList>, UsageError> parseImportArguments(
-    ArgumentReader& reader, const QString& what)
+struct ImportArguments {
+    QString directory;
+    QStringList paths;
+    PostgresOptions postgres;
+};
+
+// The shared shape of both imports: --data-dir or --database anywhere, everything else a path.
+std::expected<ImportArguments, UsageError> parseImportArguments(ArgumentReader& reader, const QString& what)
 {
     QString directory;
     QStringList paths;
+    PostgresOptions postgres;
     while (!reader.atEnd()) {
         const QString argument = reader.next();
+        const auto storage = readStorageOption(reader, argument, directory, postgres);
+        if (!storage)
+            return std::unexpected(storage.error());
+        if (*storage)
+            continue;
         if (argument == u"--data-dir") {
             const auto value = reader.value(argument);
             if (!value)
@@ -250,7 +310,7 @@ std::expected<std::pair<QString, QStringList>, UsageError> parseImportArguments(
             paths.append(argument);
         }
     }
-    return std::pair { directory.isEmpty() ? defaultDataDirectory() : directory, paths };
+    return ImportArguments { directory.isEmpty() ? defaultDataDirectory() : directory, paths, postgres };
 }
 
 std::expected<Command, UsageError> parseImport(ArgumentReader& reader)
@@ -263,15 +323,15 @@ std::expected<Command, UsageError> parseImport(ArgumentReader& reader)
     const auto parsed = parseImportArguments(reader, what);
     if (!parsed)
         return std::unexpected(parsed.error());
-    const auto& [directory, paths] = *parsed;
+    const auto& [directory, paths, postgres] = *parsed;
     if (what == u"prices") {
         if (paths.isEmpty())
             return usage(QStringLiteral("import prices needs at least one file or directory"));
-        return ImportPricesCommand { directory, paths };
+        return ImportPricesCommand { directory, paths, postgres };
     }
     if (paths.size() != 1)
         return usage(QStringLiteral("import universe needs exactly one file"));
-    return ImportUniverseCommand { directory, paths.front() };
+    return ImportUniverseCommand { directory, paths.front(), postgres };
 }
 
 std::expected<Command, UsageError> parseAccount(ArgumentReader& reader)
@@ -295,6 +355,11 @@ std::expected<Command, UsageError> parseAccount(ArgumentReader& reader)
     QStringList operands;
     while (!reader.atEnd()) {
         const QString argument = reader.next();
+        const auto storage = readStorageOption(reader, argument, command.dataDirectory, command.postgres);
+        if (!storage)
+            return std::unexpected(storage.error());
+        if (*storage)
+            continue;
         if (argument == u"--data-dir" || (argument == u"--password-file" && takesPassword)) {
             const auto value = reader.value(argument);
             if (!value)
@@ -325,6 +390,34 @@ std::expected<Command, UsageError> parseAccount(ArgumentReader& reader)
     return command;
 }
 
+std::expected<Command, UsageError> parseMigrate(ArgumentReader& reader)
+{
+    MigrateCommand command;
+    QString from;
+    while (!reader.atEnd()) {
+        const QString option = reader.next();
+        if (option != u"--from" && option != u"--to")
+            return usage(QStringLiteral("migrate: unknown argument \"%1\"").arg(option));
+        const auto value = reader.value(option);
+        if (!value)
+            return std::unexpected(value.error());
+        if (option == u"--from") {
+            from = *value;
+            if (!from.startsWith(u"sqlite:") || from.size() <= 7)
+                return usage(QStringLiteral("migrate --from must be sqlite:DIR, not \"%1\"").arg(from));
+            command.dataDirectory = from.mid(7);
+        } else {
+            QString unused;
+            if (auto read = readDatabase(*value, unused, command.target); !read || !command.target.enabled())
+                return usage(
+                    QStringLiteral("migrate --to must be postgresql://USER@HOST:PORT/DB, not \"%1\"").arg(*value));
+        }
+    }
+    if (from.isEmpty() || !command.target.enabled())
+        return usage(QStringLiteral("migrate needs --from sqlite:DIR and --to postgresql://…"));
+    return command;
+}
+
 } // namespace
 
 std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments)
@@ -332,7 +425,7 @@ std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments
     if (arguments.contains(u"--help") || arguments.contains(u"-h"))
         return HelpCommand {};
     if (arguments.isEmpty())
-        return usage(QStringLiteral("no command given (serve, import, fetch or account)"));
+        return usage(QStringLiteral("no command given (serve, import, fetch, account or migrate)"));
     ArgumentReader reader(arguments.mid(1));
     if (arguments.front() == u"serve")
         return parseServe(reader);
@@ -342,7 +435,10 @@ std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments
         return parseAccount(reader);
     if (arguments.front() == u"fetch")
         return parseFetch(reader);
-    return usage(QStringLiteral("unknown command \"%1\" (serve, import, fetch or account)").arg(arguments.front()));
+    if (arguments.front() == u"migrate")
+        return parseMigrate(reader);
+    return usage(
+        QStringLiteral("unknown command \"%1\" (serve, import, fetch, account or migrate)").arg(arguments.front()));
 }
 
 QString usageText()
@@ -360,7 +456,13 @@ QString usageText()
   tessary-server account reset-password EMAIL [--data-dir DIR] [--password-file FILE]
   tessary-server account history EMAIL [--data-dir DIR]
   tessary-server account restore EMAIL VERSION [--data-dir DIR]
+  tessary-server migrate --from sqlite:DIR --to postgresql://USER@HOST:PORT/DB
   tessary-server --help
+
+Every command that opens the database also takes --database URL instead of --data-dir:
+sqlite:DIR (the default, the folder of the database) or postgresql://USER@HOST:PORT/DB
+(PGPASSWORD, ~/.pgpass and ?sslmode=… are honoured), and --db-connections N (default 4),
+the number of connections each process keeps open to PostgreSQL.
 
 serve             Serves the market data over HTTP: GET /tickers, /prices,
                   /tickergraph/related and /data/collections.json; the browser
@@ -425,6 +527,13 @@ account history   Lists the kept versions of an account's synced lists (the last
                   newest first: version, time saved (UTC), size and number of lists.
 account restore   Puts a kept version back as a new version; the apps take it on
                   their next sync.
+
+migrate           Copies a SQLite deployment (market data, accounts, signed-in devices,
+                  synced lists and their history) into an empty PostgreSQL database, in
+                  one transaction. A database that holds anything is refused.
+
+GET /healthz answers 200 while the database is reachable and 503 when it is not, for
+load balancers in front of several serve processes on one PostgreSQL database.
 
 Every problem is reported on its own line; a failed command exits with a non-zero status.
 )")

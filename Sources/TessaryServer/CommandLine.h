@@ -20,11 +20,13 @@ struct ServeCommand {
 struct ImportPricesCommand {
     QString dataDirectory;
     QStringList paths;
+    PostgresOptions postgres;
 };
 
 struct ImportUniverseCommand {
     QString dataDirectory;
     QString file;
+    PostgresOptions postgres;
 };
 
 struct FetchPricesCommand {
@@ -32,15 +34,23 @@ struct FetchPricesCommand {
     ProviderSettings provider;
     QStringList symbols;
     bool all = false; // every stored imported symbol
+    PostgresOptions postgres;
 };
 
 struct FetchUniverseCommand {
     QString dataDirectory;
     ProviderSettings provider;
+    PostgresOptions postgres;
+};
+
+// `migrate --from sqlite:DIR --to postgresql://…`.
+struct MigrateCommand {
+    QString dataDirectory;
+    PostgresOptions target;
 };
 
 using Command = std::variant<HelpCommand, ServeCommand, ImportPricesCommand, ImportUniverseCommand, AccountCommand,
-    FetchPricesCommand, FetchUniverseCommand>;
+    FetchPricesCommand, FetchUniverseCommand, MigrateCommand>;
 
 struct UsageError {
     QString message;
@@ -49,7 +59,8 @@ struct UsageError {
 
 // Reads the arguments after the program name. `--help` anywhere asks for the usage text;
 // options take their value as the next argument or after "=". An absent --data-dir is the
-// default data directory.
+// default data directory; `--database sqlite:DIR` is the same as `--data-dir DIR`, and
+// `--database postgresql://…` puts everything in that PostgreSQL database instead.
 std::expected<Command, UsageError> parseCommandLine(const QStringList& arguments);
 
 QString usageText();

@@ -4,6 +4,7 @@
 
 #include <QDate>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <optional>
@@ -57,6 +58,9 @@ public:
     virtual std::optional<QDate> lastMarketDate() const = 0;
     virtual DataSource dataSource() const = 0;
     virtual DataOrigin dataOrigin() const { return {}; }
+    // A hint that the histories of these symbols are wanted next: a backend that pays a round
+    // trip per read fetches them all in one.
+    virtual void prefetch(const QStringList& symbols) const { Q_UNUSED(symbols); }
 };
 
 } // namespace tessary::server

@@ -7,6 +7,7 @@
 #include "TessaryServer/Fetch/PriceFetch.h"
 #include "TessaryServer/Fetch/UniverseFetch.h"
 #include "TessaryServer/Http/ServerEngine.h"
+#include "TessaryServer/Storage/Storage.h"
 #include "TessaryWire/BuildInfo.h"
 
 #include <QCoreApplication>
@@ -85,9 +86,17 @@ int serve(const ServeCommand& command)
     return status;
 }
 
-int runImport(const QString& directory, const std::function<ImportResult(MarketDatabase&)>& import)
+std::expected<std::unique_ptr<MarketDatabase>, DataError> openMarket(
+    const QString& directory, const PostgresOptions& postgres)
 {
-    auto database = MarketDatabase::open(directory);
+    const auto storage = ServerStorage::open(directory, postgres);
+    return storage ? storage->openMarket() : std::unexpected(storage.error());
+}
+
+int runImport(const QString& directory, const PostgresOptions& postgres,
+    const std::function<ImportResult(MarketDatabase&)>& import)
+{
+    auto database = openMarket(directory, postgres);
     if (!database) {
         printProblem(database.error().description());
         return 1;
@@ -105,7 +114,7 @@ int runFetchPrices(const FetchPricesCommand& command)
         printProblem(provider.error());
         return 2;
     }
-    auto database = MarketDatabase::open(command.dataDirectory);
+    auto database = openMarket(command.dataDirectory, command.postgres);
     if (!database) {
         printProblem(database.error().description());
         return 1;
@@ -121,6 +130,18 @@ int runFetchPrices(const FetchPricesCommand& command)
     return std::ranges::any_of(results, [](const SymbolFetch& r) { return r.outcome == SymbolFetch::Outcome::failed; })
         ? 1
         : 0;
+}
+
+int runMigrate(const MigrateCommand& command)
+{
+    const auto copied = copyStoreToPostgres(command.dataDirectory, command.target);
+    if (!copied) {
+        printProblem(QStringLiteral("migrate failed, nothing was copied: ") + copied.error().description());
+        return 1;
+    }
+    for (const QString& line : *copied)
+        printLine(stdout, line);
+    return 0;
 }
 
 int runAccount(const AccountCommand& command)
@@ -156,17 +177,19 @@ int main(int argc, char* argv[])
     if (const auto* serveCommand = std::get_if<ServeCommand>(&*command))
         return serve(*serveCommand);
     if (const auto* prices = std::get_if<ImportPricesCommand>(&*command)) {
-        return runImport(prices->dataDirectory,
+        return runImport(prices->dataDirectory, prices->postgres,
             [prices](MarketDatabase& database) { return importPrices(database, prices->paths); });
     }
     if (const auto* universe = std::get_if<ImportUniverseCommand>(&*command)) {
-        return runImport(universe->dataDirectory,
+        return runImport(universe->dataDirectory, universe->postgres,
             [universe](MarketDatabase& database) { return importUniverse(database, universe->file); });
     }
+    if (const auto* migrate = std::get_if<MigrateCommand>(&*command))
+        return runMigrate(*migrate);
     if (const auto* fetch = std::get_if<FetchPricesCommand>(&*command))
         return runFetchPrices(*fetch);
     if (const auto* universe = std::get_if<FetchUniverseCommand>(&*command)) {
-        return runImport(universe->dataDirectory,
+        return runImport(universe->dataDirectory, universe->postgres,
             [universe](MarketDatabase& database) { return fetchUniverse(database, universe->provider); });
     }
     return runAccount(std::get<AccountCommand>(*command));

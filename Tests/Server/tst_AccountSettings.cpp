@@ -1,6 +1,7 @@
 #include "Support/TestSupport.h"
 #include "TessaryServer/Account/Account.h"
 #include "TessaryServer/Account/Secrets.h"
+#include "TestDatabase.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -80,6 +81,7 @@ private:
     HttpResponse page(const QByteArray& cookie);
 
     QDateTime m_now;
+    std::optional<tessary::test::TestDatabase> m_database;
     AccountStore* m_store = nullptr; // owned by m_accounts
     std::unique_ptr<Accounts> m_accounts;
     std::unique_ptr<AccountHandlers> m_handlers;
@@ -91,7 +93,11 @@ void AccountSettingsTests::init()
     // Hashing a password takes a good part of a second; one hash serves every test.
     static const QString passwordHash = hashPassword(password).value_or(QString());
     m_now = tessary::test::utcInstant("2024-03-01T12:00:00Z");
-    auto store = SqliteAccountStore::openInMemory();
+    m_database.emplace();
+    TESSARY_REQUIRE_DATABASE(*m_database);
+    const auto storage = m_database->open();
+    QVERIFY2(storage, qPrintable(tessary::test::failureText(storage)));
+    auto store = storage->openAccounts();
     QVERIFY(store);
     for (const QString& email : { ann, QStringLiteral("bob@example.com") })
         QVERIFY(*(*store)->addAccount(email, passwordHash, m_now));
@@ -301,14 +307,16 @@ void AccountSettingsTests::historyKeepsFiftyAndRestoreMakesANewVersion()
 
 void AccountSettingsTests::oneOfTwoWritersOnOneVersionWins()
 {
-    // Separate connections to one file, as separate server processes would have: the check
-    // and the write must be one transaction, or two writers both see version N and both try
-    // to store N + 1.
-    QTemporaryDir directory;
+    // Separate connections to one database, as separate server processes would have: the
+    // check and the write must be one statement or transaction, or two writers both see
+    // version N and both try to store N + 1.
+    const tessary::test::TestDatabase database;
     constexpr int writers = 4;
-    std::vector<std::unique_ptr<SqliteAccountStore>> stores;
+    std::vector<std::unique_ptr<AccountStore>> stores;
     for (int index = 0; index < writers; ++index) {
-        auto store = SqliteAccountStore::open(directory.path());
+        const auto storage = database.open();
+        QVERIFY(storage);
+        auto store = storage->openAccounts();
         QVERIFY(store);
         stores.push_back(std::move(*store));
     }

@@ -1,4 +1,7 @@
+#include "TestDatabase.h"
+
 #include <QDeadlineTimer>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkAccessManager>
@@ -75,17 +78,10 @@ Reply send(QNetworkAccessManager& network, const QByteArray& method, const QUrl&
     return finish(*reply);
 }
 
-// Adds the account to `data`, then starts `tessary-server serve` on it; the base URL it
-// listens on, or an invalid one.
-QUrl startServer(QProcess& server, const QString& data, const QString& email, const QString& password)
+// Starts `tessary-server serve` on the database; the base URL it listens on, or an invalid one.
+QUrl startServer(QProcess& server, const QStringList& database)
 {
-    const QByteArray typed = (password + u'\n' + password + u'\n').toUtf8();
-    if (run({ QStringLiteral("account"), QStringLiteral("add"), email, QStringLiteral("--data-dir"), data }, typed)
-            .exitCode
-        != 0)
-        return {};
-    server.start(
-        executable, { QStringLiteral("serve"), QStringLiteral("--no-demo"), QStringLiteral("--data-dir"), data });
+    server.start(executable, QStringList { QStringLiteral("serve"), QStringLiteral("--no-demo") } + database);
     if (!server.waitForStarted(10'000))
         return {};
     QDeadlineTimer deadline(30'000);
@@ -94,6 +90,15 @@ QUrl startServer(QProcess& server, const QString& data, const QString& email, co
     const auto match = QRegularExpression(QStringLiteral("^listening on (http://127\\.0\\.0\\.1:\\d+)$"))
                            .match(QString::fromUtf8(server.readLine()).trimmed());
     return match.hasMatch() ? QUrl(match.captured(1)) : QUrl();
+}
+
+// Adds the account to the database, then starts a server on it.
+QUrl startServer(QProcess& server, const QStringList& database, const QString& email, const QString& password)
+{
+    const QByteArray typed = (password + u'\n' + password + u'\n').toUtf8();
+    if (run(QStringList { QStringLiteral("account"), QStringLiteral("add"), email } + database, typed).exitCode != 0)
+        return {};
+    return startServer(server, database);
 }
 
 void stopServer(QProcess& server)
@@ -155,16 +160,20 @@ private Q_SLOTS:
     void accountCommands();
     void signInThroughTheRunningServer();
     void settingsThroughTheRunningServer();
+    void twoServersOnOneDatabase();
+    void killedImportLeavesNothing();
+    void migrateCopiesASqliteStoreOnce();
 
 private:
     QTemporaryDir m_directory;
-    QString m_data;
+    std::optional<tessary::test::TestDatabase> m_database;
 };
 
 void AccountsServerTests::initTestCase()
 {
     QVERIFY(m_directory.isValid());
-    m_data = m_directory.filePath(QStringLiteral("data"));
+    m_database.emplace();
+    TESSARY_REQUIRE_DATABASE(*m_database);
     QFile file(m_directory.filePath(QStringLiteral("password")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write("from a file\n");
@@ -224,8 +233,7 @@ void AccountsServerTests::accountCommands()
     QFETCH(QString, output);
     QStringList list = arguments.split(u' ');
     list.replaceInStrings(QStringLiteral("PASSWORD_FILE"), m_directory.filePath(QStringLiteral("password")));
-    const Finished finished = run(
-        QStringList { QStringLiteral("account") } + list + QStringList { QStringLiteral("--data-dir"), m_data }, input);
+    const Finished finished = run(QStringList { QStringLiteral("account") } + list + m_database->arguments(), input);
     QCOMPARE(finished.exitCode, exitCode);
     if (exitCode == 0) {
         QCOMPARE(finished.out, output);
@@ -237,10 +245,10 @@ void AccountsServerTests::accountCommands()
 
 void AccountsServerTests::signInThroughTheRunningServer()
 {
-    QTemporaryDir data;
+    const tessary::test::TestDatabase database;
     QProcess server;
-    const QUrl base
-        = startServer(server, data.path(), QStringLiteral("dee@example.com"), QStringLiteral("dee's password"));
+    const QUrl base = startServer(
+        server, database.arguments(), QStringLiteral("dee@example.com"), QStringLiteral("dee's password"));
     QVERIFY(base.isValid());
     QNetworkAccessManager network;
 
@@ -270,11 +278,11 @@ void AccountsServerTests::signInThroughTheRunningServer()
 
 void AccountsServerTests::settingsThroughTheRunningServer()
 {
-    QTemporaryDir data;
+    const tessary::test::TestDatabase database;
     const QString eve = QStringLiteral("eve@example.com");
-    const QStringList dataDir { QStringLiteral("--data-dir"), data.path() };
+    const QStringList dataDir = database.arguments();
     QProcess server;
-    const QUrl base = startServer(server, data.path(), eve, QStringLiteral("eve's password"));
+    const QUrl base = startServer(server, dataDir, eve, QStringLiteral("eve's password"));
     QVERIFY(base.isValid());
     QNetworkAccessManager network;
     const QString token = tokenFor(network, base, eve, QStringLiteral("eve's password"));
@@ -326,6 +334,140 @@ void AccountsServerTests::settingsThroughTheRunningServer()
 
     stopServer(server);
     QCOMPARE(server.exitCode(), 0);
+}
+
+void AccountsServerTests::twoServersOnOneDatabase()
+{
+    const tessary::test::TestDatabase database;
+    const QString fay = QStringLiteral("fay@example.com");
+    const QString password = QStringLiteral("fay's password");
+    std::array<QProcess, 2> servers;
+    const std::array bases { startServer(servers[0], database.arguments(), fay, password),
+        startServer(servers[1], database.arguments()) };
+    QVERIFY(bases[0].isValid() && bases[1].isValid());
+    QNetworkAccessManager network;
+    const auto at = [&bases](int server, const char* path) { return bases[server].resolved(QUrl(path)); };
+
+    // A code approved at one process is spent by its exchange at the other.
+    const QString code = approvedCode(network, bases[0], fay, password);
+    const Reply issued = send(network, "POST", at(1, "/device/token"), exchangeBody(code), "application/json");
+    QCOMPARE(issued.status, 200);
+    QCOMPARE(send(network, "POST", at(0, "/device/token"), exchangeBody(code), "application/json").status, 400);
+    const QString token = QJsonDocument::fromJson(issued.body)[u"token"].toString();
+
+    // Each round both processes get a write based on the same version, at the same moment.
+    QByteArray version = send(network, "GET", at(0, "/account"), {}, {}, token).etag;
+    QCOMPARE(version, QByteArray("\"1\""));
+    for (int round = 0; round < 100; ++round) {
+        std::array<std::unique_ptr<QNetworkReply>, 2> writes;
+        for (int index = 0; index < 2; ++index) {
+            writes[index].reset(network.put(requestFor(at(index, "/account"), "application/json", token, version),
+                documentNamed(QStringLiteral("round %1, server %2").arg(round).arg(index))));
+        }
+        const std::array answers { finish(*writes[0]), finish(*writes[1]) };
+        QCOMPARE(answers[0].status + answers[1].status, 200 + 409);
+        QCOMPARE(answers[0].etag, answers[1].etag);
+        version = answers[0].etag;
+    }
+    QCOMPARE(version, QByteArray("\"101\""));
+    for (int index = 0; index < 2; ++index) {
+        const Reply health = send(network, "GET", at(index, "/healthz"));
+        QCOMPARE(health.status, 200);
+        QCOMPARE(QJsonDocument::fromJson(health.body)[u"status"].toString(), QStringLiteral("ok"));
+        stopServer(servers[index]);
+    }
+}
+
+void AccountsServerTests::killedImportLeavesNothing()
+{
+    const QString prices = qEnvironmentVariable("TESSARY_SHARED_DATA") + QStringLiteral("/daily");
+    if (!QFileInfo(prices).isDir())
+        QSKIP("the shared price data is not there");
+    const tessary::test::TestDatabase database;
+    const QStringList import = QStringList { QStringLiteral("import"), QStringLiteral("prices") } + database.arguments()
+        + QStringList { prices };
+    QProcess killed;
+    killed.start(executable, import);
+    QVERIFY(killed.waitForStarted());
+    // Somewhere inside its one transaction, or on a fast day just after it: either way the
+    // database must hold all of the import or none of it.
+    QTest::qWait(300);
+    ::kill(static_cast<pid_t>(killed.processId()), SIGKILL);
+    killed.waitForFinished();
+    const auto bars = [&database] {
+        const auto storage = database.open();
+        const auto market = storage ? storage->openMarket() : std::unexpected(storage.error());
+        return market ? std::pair { (*market)->universe()->size(), (*market)->dailyBarCount() }
+                      : std::pair { std::size_t(0), qint64(-1) };
+    };
+    const auto afterKill = bars();
+    QCOMPARE(run(import).exitCode, 0);
+    const auto complete = bars();
+    QCOMPARE(complete.first, std::size_t(60));
+    QVERIFY2(afterKill.second == 0 || afterKill == complete,
+        qPrintable(QStringLiteral("%1 symbols, %2 bars left").arg(afterKill.first).arg(afterKill.second)));
+}
+
+void AccountsServerTests::migrateCopiesASqliteStoreOnce()
+{
+    if (!tessary::test::TestDatabase::onPostgres())
+        QSKIP("migrate copies into PostgreSQL: the PostgreSQL run of these tests covers it");
+    const tessary::test::TestDatabase target;
+    TESSARY_REQUIRE_DATABASE(target);
+    QTemporaryDir source;
+    const QStringList sqlite { QStringLiteral("--data-dir"), source.path() };
+    const QString gil = QStringLiteral("gil@example.com");
+    const QString password = QStringLiteral("gil's password");
+    QFile prices(source.filePath(QStringLiteral("BRK.B.csv")));
+    QVERIFY(prices.open(QIODevice::WriteOnly));
+    prices.write("date,close,adjusted_close\n2021-04-20,270.5,270.5\n2021-04-21,\"272.25\",272.125\n");
+    prices.close();
+    QCOMPARE(
+        run(QStringList { QStringLiteral("import"), QStringLiteral("prices"), prices.fileName() } + sqlite).exitCode,
+        0);
+
+    // A device signed in and a second version of the lists, on SQLite.
+    QProcess server;
+    QUrl base = startServer(server, sqlite, gil, password);
+    QVERIFY(base.isValid());
+    QNetworkAccessManager network;
+    const QString token = tokenFor(network, base, gil, password);
+    const auto account = [&base] { return base.resolved(QUrl(QStringLiteral("/account"))); };
+    QCOMPARE(send(network, "GET", account(), {}, {}, token).status, 200);
+    const Reply saved
+        = send(network, "PUT", account(), documentNamed(QStringLiteral("Mine")), "application/json", token, "\"1\"");
+    QCOMPARE(saved.status, 200);
+    const auto market = [&base] {
+        return std::pair { base.resolved(QUrl(QStringLiteral("/tickers"))),
+            base.resolved(QUrl(QStringLiteral("/prices?tickers=BRK.B&preset=5Y&intraday=false"))) };
+    };
+    const QByteArray tickers = send(network, "GET", market().first).body;
+    const Reply answered = send(network, "GET", market().second);
+    QCOMPARE(answered.status, 200);
+    stopServer(server);
+
+    const QStringList migrate { QStringLiteral("migrate"), QStringLiteral("--from"),
+        QStringLiteral("sqlite:") + source.path(), QStringLiteral("--to"), target.postgres().url };
+    const Finished copied = run(migrate);
+    QCOMPARE(copied.exitCode, 0);
+    QVERIFY2(copied.out.contains(u"daily_bars: 2 rows"), qPrintable(copied.out));
+    const Finished again = run(migrate);
+    QCOMPARE(again.exitCode, 1);
+    QVERIFY2(again.err.contains(u"not empty"), qPrintable(again.err));
+
+    // The same device, lists and market on PostgreSQL; the next version follows on.
+    base = startServer(server, target.arguments());
+    QVERIFY(base.isValid());
+    const Reply current = send(network, "GET", account(), {}, {}, token);
+    QCOMPARE(current.etag, QByteArray("\"2\""));
+    QCOMPARE(current.body, saved.body);
+    QCOMPARE(
+        send(network, "PUT", account(), documentNamed(QStringLiteral("Next")), "application/json", token, "\"2\"").etag,
+        QByteArray("\"3\""));
+    QCOMPARE(send(network, "GET", market().first).body, tickers);
+    QCOMPARE(send(network, "GET", market().second).body, answered.body);
+    QVERIFY(!tokenFor(network, base, gil, password).isEmpty());
+    stopServer(server);
 }
 
 QTEST_GUILESS_MAIN(AccountsServerTests)

@@ -1,5 +1,6 @@
 #include "Support/TestSupport.h"
 #include "TessaryServer/Data/Data.h"
+#include "TestDatabase.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,9 +13,10 @@ using namespace tessary::server;
 
 namespace {
 
-std::unique_ptr<MarketDatabase> openIn(const QTemporaryDir& dir)
+std::unique_ptr<MarketDatabase> openIn(const tessary::test::TestDatabase& store)
 {
-    auto database = MarketDatabase::open(dir.filePath(QStringLiteral("store")));
+    const auto storage = store.open();
+    auto database = storage ? storage->openMarket() : std::unexpected(storage.error());
     if (!database)
         qFatal("cannot open the store: %s", qPrintable(database.error().description()));
     return std::move(*database);
@@ -43,6 +45,7 @@ class ImportTests : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void realFilesKeepEveryRowAndTheSplit();
     void wholeDirectoryImportsInOneGo();
     void layouts_data();
@@ -57,11 +60,17 @@ private Q_SLOTS:
     void reopenedStoreKeepsData();
 };
 
+void ImportTests::initTestCase()
+{
+    TESSARY_REQUIRE_DATABASE(tessary::test::TestDatabase());
+}
+
 void ImportTests::realFilesKeepEveryRowAndTheSplit()
 {
     TESSARY_REQUIRE_SHARED_DATA(shared);
     QTemporaryDir dir;
-    auto database = openIn(dir);
+    const tessary::test::TestDatabase store;
+    auto database = openIn(store);
     const QString aapl = shared + QStringLiteral("/daily/AAPL.csv");
     const QString brk = shared + QStringLiteral("/daily/BRK.B.csv");
     const QString abbv = shared + QStringLiteral("/daily/ABBV.csv");
@@ -98,7 +107,8 @@ void ImportTests::wholeDirectoryImportsInOneGo()
 {
     TESSARY_REQUIRE_SHARED_DATA(shared);
     QTemporaryDir dir;
-    auto database = openIn(dir);
+    const tessary::test::TestDatabase store;
+    auto database = openIn(store);
     const QDir daily(shared + QStringLiteral("/daily"));
     const QStringList files = daily.entryList({ QStringLiteral("*.csv") }, QDir::Files);
     int expectedRows = 0;
@@ -167,7 +177,8 @@ void ImportTests::layouts()
     QFETCH(QStringList, problems);
     QFETCH(bool, closeUsedAsAdjusted);
     QTemporaryDir dir;
-    auto database = openIn(dir);
+    const tessary::test::TestDatabase store;
+    auto database = openIn(store);
     const ImportResult report = importPrices(*database, { writeFile(dir, fileName, content) });
     QVERIFY2(report, qPrintable(test::failureText(report)));
     QCOMPARE(report->problems, problems);
@@ -203,7 +214,8 @@ void ImportTests::rejectedFiles()
     QFETCH(QByteArray, content);
     QFETCH(QString, error);
     QTemporaryDir dir;
-    auto database = openIn(dir);
+    const tessary::test::TestDatabase store;
+    auto database = openIn(store);
     const ImportResult report = importPrices(*database, { writeFile(dir, fileName, content) });
     QVERIFY(!report);
     QVERIFY2(report.error().reason.startsWith(error), qPrintable(report.error().reason));
@@ -214,7 +226,8 @@ void ImportTests::rejectedFiles()
 void ImportTests::failingFileRollsBackTheWholeImport()
 {
     QTemporaryDir dir;
-    auto database = openIn(dir);
+    const tessary::test::TestDatabase store;
+    auto database = openIn(store);
     const QString first = writeFile(dir, QStringLiteral("AAA.csv"), "date,close\n2020-01-02,1\n2020-01-03,2\n");
     QVERIFY(importPrices(*database, { first }));
     // A later import that replaces AAA and adds BBB fails on its third file: nothing changes.
@@ -237,7 +250,8 @@ void ImportTests::failingFileRollsBackTheWholeImport()
 void ImportTests::importReplacesSimulatedPrices()
 {
     QTemporaryDir dir;
-    auto database = openIn(dir);
+    const tessary::test::TestDatabase store;
+    auto database = openIn(store);
     const auto seeded = database->write([](MarketDatabase::Writer& writer) -> std::expected<void, DataError> {
         for (const char* symbol : { "SIM", "KEEP" }) {
             writer.upsertSymbol(TickerInfo { .symbol = QString::fromLatin1(symbol),
@@ -271,7 +285,8 @@ void ImportTests::constituentsUniverseImportsAsIs()
 {
     TESSARY_REQUIRE_SHARED_DATA(shared);
     QTemporaryDir dir;
-    auto database = openIn(dir);
+    const tessary::test::TestDatabase store;
+    auto database = openIn(store);
     const QString file = shared + QStringLiteral("/sp500-constituents.csv");
     const ImportResult report = importUniverse(*database, file);
     QVERIFY2(report, qPrintable(test::failureText(report)));
@@ -319,7 +334,8 @@ void ImportTests::universeColumns()
     QFETCH(QList<TickerInfo>, expected);
     QFETCH(QStringList, problems);
     QTemporaryDir dir;
-    auto database = openIn(dir);
+    const tessary::test::TestDatabase store;
+    auto database = openIn(store);
     const ImportResult report = importUniverse(*database, writeFile(dir, QStringLiteral("u.csv"), content));
     QVERIFY2(report, qPrintable(test::failureText(report)));
     QCOMPARE(report->problems, problems);
@@ -333,14 +349,16 @@ void ImportTests::universeColumns()
 void ImportTests::reopenedStoreKeepsData()
 {
     QTemporaryDir dir;
+    const tessary::test::TestDatabase store;
     {
-        auto database = openIn(dir);
+        auto database = openIn(store);
         QVERIFY(importPrices(*database, { writeFile(dir, QStringLiteral("AAA.csv"), "date,close\n2020-01-02,1.5\n") }));
     }
-    auto reopened = openIn(dir);
+    auto reopened = openIn(store);
     QCOMPARE(reopened->dailyBars(QStringLiteral("AAA"))->front().close, 1.5);
     QCOMPARE(reopened->dataSource(), DataSource::imported);
-    QVERIFY(QFile::exists(dir.filePath(QStringLiteral("store/market.sqlite"))));
+    QVERIFY(tessary::test::TestDatabase::onPostgres()
+        || QFile::exists(QDir(store.dataDirectory()).filePath(QStringLiteral("market.sqlite"))));
 }
 
 QTEST_GUILESS_MAIN(ImportTests)

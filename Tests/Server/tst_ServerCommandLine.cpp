@@ -18,6 +18,11 @@ namespace {
 
 const QString executable = QStringLiteral(TESSARY_SERVER_EXECUTABLE);
 
+QString on(const PostgresOptions& postgres)
+{
+    return postgres.enabled() ? QStringLiteral(" on %1 (%2)").arg(postgres.url).arg(postgres.connections) : QString();
+}
+
 // One line that says what a parsed command holds, so a table can compare it.
 QString summary(const Command& command)
 {
@@ -25,12 +30,13 @@ QString summary(const Command& command)
         return QStringLiteral("help");
     if (const auto* serve = std::get_if<ServeCommand>(&command)) {
         const ServerOptions& options = serve->options;
-        return QStringLiteral("serve %1 %2 %3%4")
+        return QStringLiteral("serve %1 %2 %3%4%5")
                    .arg(options.host)
                    .arg(options.port)
                    .arg(options.dataDirectory == defaultDataDirectory() ? QStringLiteral("default")
                                                                         : options.dataDirectory)
                    .arg(options.demo ? QString() : QStringLiteral(" no-demo"))
+                   .arg(on(options.postgres))
             + (options.refresh ? QStringLiteral(" refresh %1 %2 %3/s")
                                      .arg(options.refresh->at.toString(u"HH:mm"), options.refresh->provider.name)
                                      .arg(options.refresh->provider.policy.requestsPerSecond)
@@ -48,7 +54,12 @@ QString summary(const Command& command)
     if (const auto* listings = std::get_if<FetchUniverseCommand>(&command))
         return QStringLiteral("listings %1 %2").arg(listings->provider.name, listings->provider.baseUrl);
     if (const auto* prices = std::get_if<ImportPricesCommand>(&command))
-        return QStringLiteral("prices %1 %2").arg(prices->dataDirectory, prices->paths.join(u'|'));
+        return QStringLiteral("prices %1 %2%3")
+            .arg(prices->dataDirectory, prices->paths.join(u'|'), on(prices->postgres));
+    if (const auto* migrate = std::get_if<MigrateCommand>(&command))
+        return QStringLiteral("migrate %1%2").arg(migrate->dataDirectory, on(migrate->target));
+    if (const auto* account = std::get_if<AccountCommand>(&command))
+        return QStringLiteral("account %1%2").arg(account->email, on(account->postgres));
     const auto& universe = std::get<ImportUniverseCommand>(command);
     return QStringLiteral("universe %1 %2").arg(universe.dataDirectory, universe.file);
 }
@@ -111,9 +122,31 @@ void ServerCommandLineTests::parse_data()
     QTest::newRow("import universe") << "import universe --data-dir /d u.csv"
                                      << "universe /d u.csv";
     QTest::newRow("nothing") << ""
-                             << "error: no command given (serve, import, fetch or account)";
+                             << "error: no command given (serve, import, fetch, account or migrate)";
     QTest::newRow("unknown command") << "run"
-                                     << "error: unknown command \"run\" (serve, import, fetch or account)";
+                                     << "error: unknown command \"run\" (serve, import, fetch, account or migrate)";
+    QTest::newRow("serve on PostgreSQL") << "serve --database postgresql://ann@db:5433/market --db-connections=8"
+                                         << "serve 127.0.0.1 0 default on postgresql://ann@db:5433/market (8)";
+    QTest::newRow("database as a SQLite folder") << "serve --database sqlite:/srv/t"
+                                                 << "serve 127.0.0.1 0 /srv/t";
+    QTest::newRow("import into PostgreSQL") << "import prices --database postgres:///m a.csv"
+                                            << "prices " + defaultDataDirectory() + " a.csv on postgres:///m (4)";
+    QTest::newRow("account on PostgreSQL") << "account remove a@b.c --database postgresql:///m"
+                                           << "account a@b.c on postgresql:///m (4)";
+    QTest::newRow("other database") << "serve --database mysql://db/m"
+                                    << "error: --database must be sqlite:DIR or postgresql://USER@HOST:PORT/DB, "
+                                       "not \"mysql://db/m\"";
+    QTest::newRow("no connections") << "serve --db-connections 0"
+                                    << "error: --db-connections must be a number from 1 to 1000, not \"0\"";
+    QTest::newRow("migrate") << "migrate --from sqlite:/srv/t --to postgresql:///m"
+                             << "migrate /srv/t on postgresql:///m (4)";
+    QTest::newRow("migrate from PostgreSQL") << "migrate --from postgresql:///a --to postgresql:///m"
+                                             << "error: migrate --from must be sqlite:DIR, not \"postgresql:///a\"";
+    QTest::newRow("migrate to SQLite") << "migrate --from sqlite:/srv/t --to sqlite:/srv/u"
+                                       << "error: migrate --to must be postgresql://USER@HOST:PORT/DB, not "
+                                          "\"sqlite:/srv/u\"";
+    QTest::newRow("migrate without a target") << "migrate --from sqlite:/srv/t"
+                                              << "error: migrate needs --from sqlite:DIR and --to postgresql://…";
     QTest::newRow("port out of range") << "serve --port 70000"
                                        << "error: --port must be a number from 0 to 65535, not \"70000\"";
     QTest::newRow("port missing") << "serve --port"
@@ -184,6 +217,8 @@ void ServerCommandLineTests::failuresExitNonZeroWithOneLine_data()
                                            << "none.csv";
     QTest::newRow("host that is not an address") << "serve --no-demo --host nowhere.invalid"
                                                  << "not an IP address: nowhere.invalid";
+    QTest::newRow("unreachable database") << "serve --no-demo --database postgresql:///none?host=/nonexistent"
+                                          << "cannot connect to PostgreSQL";
 }
 
 void ServerCommandLineTests::failuresExitNonZeroWithOneLine()

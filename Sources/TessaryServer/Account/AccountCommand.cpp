@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "Accounts.h"
-#include "SqliteAccountStore.h"
+#include "TessaryServer/Storage/ServerStorage.h"
 
 namespace tessary::server {
 
@@ -109,7 +109,8 @@ std::expected<QStringList, AccountError> history(Accounts& accounts, const QStri
 std::expected<QStringList, AccountError> runAccountCommand(
     const AccountCommand& command, const PasswordSource& password)
 {
-    auto store = SqliteAccountStore::open(command.dataDirectory);
+    const auto storage = ServerStorage::open(command.dataDirectory, command.postgres);
+    auto store = storage ? storage->openAccounts() : std::unexpected(storage.error());
     if (!store)
         return std::unexpected(AccountError { AccountError::Kind::failure, store.error().description() });
     Accounts accounts(std::move(*store));

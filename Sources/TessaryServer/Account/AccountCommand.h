@@ -1,6 +1,7 @@
 #pragma once
 
 #include "AccountError.h"
+#include "TessaryServer/Storage/PostgresOptions.h"
 
 #include <QString>
 #include <QStringList>
@@ -18,6 +19,7 @@ struct AccountCommand {
     Action action = Action::list;
     QString email; // empty for `list`
     QString dataDirectory;
+    PostgresOptions postgres; // when set, the accounts are there instead
     std::optional<QString> passwordFile;
     qint64 version = 0; // for `restore`
 };
@@ -25,7 +27,7 @@ struct AccountCommand {
 // Supplies the new password of `add` and `reset-password`, only once everything else checked out.
 using PasswordSource = std::function<std::expected<QString, AccountError>()>;
 
-// Carries the command out on the accounts in its data directory and returns the lines to
+// Carries the command out on the accounts in its data directory (or PostgreSQL database) and returns the lines to
 // print. Nothing is changed when it fails.
 std::expected<QStringList, AccountError> runAccountCommand(
     const AccountCommand& command, const PasswordSource& password);

@@ -96,6 +96,9 @@ public:
     // A random key made on first use and then kept, so every server process on this store
     // signs the connect page's forms alike.
     virtual std::expected<QByteArray, DataError> formSecret() = 0;
+
+    // Whether the database answers at all: what a load balancer's health check asks.
+    virtual std::expected<void, DataError> ping() const = 0;
 };
 
 } // namespace tessary::server

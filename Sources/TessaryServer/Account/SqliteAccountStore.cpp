@@ -381,4 +381,16 @@ std::expected<QByteArray, DataError> SqliteAccountStore::formSecret()
     return m_formSecret;
 }
 
+std::expected<void, DataError> SqliteAccountStore::ping() const
+{
+    std::lock_guard lock(m_mutex);
+    auto query = Statement::prepare(m_connection, "SELECT 1");
+    if (!query)
+        return unexpected(query.error());
+    query->next();
+    if (const auto error = query->error())
+        return unexpected(*error);
+    return {};
+}
+
 } // namespace tessary::server

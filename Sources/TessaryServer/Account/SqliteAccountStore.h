@@ -45,6 +45,7 @@ public:
         const QString& digest, const QDateTime& now) const override;
     std::expected<void, DataError> removeSession(const QString& digest) override;
     std::expected<QByteArray, DataError> formSecret() override;
+    std::expected<void, DataError> ping() const override;
 
 private:
     explicit SqliteAccountStore(sqlite3* connection);

@@ -9,4 +9,5 @@
 #include "TessaryServer/Data/Import.h"
 #include "TessaryServer/Data/MarketDatabase.h"
 #include "TessaryServer/Data/RelatedTickers.h"
+#include "TessaryServer/Data/SqliteMarketDatabase.h"
 #include "TessaryServer/Data/TradingCalendar.h"

@@ -16,16 +16,15 @@
 #include "TessaryServer/Data/StoreFile.h"
 #include "TessaryServer/MarketReader.h"
 
-struct sqlite3;
-
 namespace tessary::server {
 
-// The server's market data, in the store file it shares with the accounts (StoreFile.h): the
-// symbols and their metadata, daily and 15-minute bars and a little bookkeeping. Reads are
-// served from memory: the universe is loaded once, a symbol's bars on first use, and both are
-// handed out as shared immutable snapshots. Writes go through `write`, one transaction each.
-// The connection is serialised, so the reader may be used from the server's thread.
-class MarketDatabase final : public MarketReader {
+// The server's market data: the symbols and their metadata, daily and 15-minute bars and a
+// little bookkeeping, in SQLite (SqliteMarketDatabase, the store file it shares with the
+// accounts) or PostgreSQL. Reads are served from memory: the universe is loaded once, a
+// symbol's bars on first use, and both are handed out as shared immutable snapshots. Writes go
+// through `write`, one transaction each. Calls are serialised, so the reader may be used from
+// the server's thread. This class keeps the snapshots; a backend only loads and stores rows.
+class MarketDatabase : public MarketReader {
 public:
     static constexpr auto fileName = storeFileName;
     // Keys of the meta table.
@@ -36,13 +35,11 @@ public:
     static constexpr auto providerKey = "price_provider";
     static constexpr auto lastRefreshKey = "last_refresh";
 
-    // Opens (creating the directory and the schema when missing) the store in `directory`.
+    // Opens (creating the directory and the schema when missing) the SQLite store in `directory`.
     static std::expected<std::unique_ptr<MarketDatabase>, DataError> open(const QString& directory);
-    ~MarketDatabase() override;
+    ~MarketDatabase() override = default;
     MarketDatabase(const MarketDatabase&) = delete;
     MarketDatabase& operator=(const MarketDatabase&) = delete;
-
-    QString filePath() const { return m_path; }
 
     std::shared_ptr<const Universe> universe() const override;
     std::optional<TickerInfo> find(QStringView symbol) const override;
@@ -51,6 +48,7 @@ public:
     std::optional<QDate> lastMarketDate() const override;
     DataSource dataSource() const override;
     DataOrigin dataOrigin() const override;
+    void prefetch(const QStringList& symbols) const override;
 
     // No symbol at all: a fresh database the demo market may seed.
     bool isEmpty() const { return universe()->empty(); }
@@ -62,49 +60,79 @@ public:
     // The write side, usable only inside `write`.
     class Writer {
     public:
+        virtual ~Writer() = default;
         // Adds the symbol, or updates it; with `keepKnown`, fields the new record leaves
         // empty keep their stored value.
-        std::expected<void, DataError> upsertSymbol(const TickerInfo& info, bool keepKnown = true);
+        virtual std::expected<void, DataError> upsertSymbol(const TickerInfo& info, bool keepKnown = true) = 0;
         // Adds the symbol under its own name unless it exists.
-        std::expected<void, DataError> ensureSymbol(const QString& symbol);
+        virtual std::expected<void, DataError> ensureSymbol(const QString& symbol) = 0;
         // Replaces all daily bars of a symbol.
-        std::expected<void, DataError> replaceDailyBars(const QString& symbol, std::span<const DailyBar> bars);
+        virtual std::expected<void, DataError> replaceDailyBars(const QString& symbol, std::span<const DailyBar> bars)
+            = 0;
         // Adds bars after the last stored one (bars on or before it are ignored).
-        std::expected<void, DataError> appendDailyBars(const QString& symbol, std::span<const DailyBar> bars);
-        std::expected<void, DataError> replaceIntradayBars(const QString& symbol, std::span<const IntradayBar> bars);
+        virtual std::expected<void, DataError> appendDailyBars(const QString& symbol, std::span<const DailyBar> bars)
+            = 0;
+        virtual std::expected<void, DataError> replaceIntradayBars(
+            const QString& symbol, std::span<const IntradayBar> bars)
+            = 0;
         // Removes every daily and intraday bar, keeping the symbols.
-        std::expected<void, DataError> removeAllBars();
-        std::expected<void, DataError> setMeta(const QString& key, const QString& value);
-        std::expected<void, DataError> removeMeta(const QString& key);
+        virtual std::expected<void, DataError> removeAllBars() = 0;
+        virtual std::expected<void, DataError> setMeta(const QString& key, const QString& value) = 0;
+        virtual std::expected<void, DataError> removeMeta(const QString& key) = 0;
         // The last stored daily bar of a symbol (for extending a history).
-        std::optional<DailyBar> lastDailyBar(const QString& symbol);
+        virtual std::optional<DailyBar> lastDailyBar(const QString& symbol) = 0;
 
-    private:
-        friend class MarketDatabase;
-        explicit Writer(MarketDatabase& database)
-            : m_database(database)
-        {
-        }
-        std::expected<qint64, DataError> symbolId(const QString& symbol);
-        MarketDatabase& m_database;
+    protected:
+        Writer() = default;
+        Writer(const Writer&) = default;
+        Writer& operator=(const Writer&) = default;
     };
 
     // Runs `body` in one transaction: everything or, when it fails, nothing. Afterwards the
     // in-memory snapshots are reloaded, so readers see the new data.
     std::expected<void, DataError> write(const std::function<std::expected<void, DataError>(Writer&)>& body);
 
-private:
-    MarketDatabase(sqlite3* connection, QString path);
-    void reload();
-    DataError lastError(const QString& what) const;
+protected:
+    // What `reload` reads in one go; `ids` maps each symbol to the key its bars are stored under.
+    struct Snapshot {
+        Universe universe;
+        QHash<QString, qint64> ids;
+        QHash<QString, QString> meta;
+        std::optional<QDate> lastMarketDate;
+    };
 
-    sqlite3* m_connection = nullptr;
-    QString m_path;
+    MarketDatabase() = default;
+    // Loads the snapshot; the subclass calls it once it is ready to read.
+    void reload() const;
+
+    virtual std::expected<Snapshot, DataError> loadSnapshot() const = 0;
+    virtual DailyHistory loadDailyBars(qint64 id) const = 0;
+    virtual IntradayHistory loadIntradayBars(qint64 id) const = 0;
+    // The histories of several symbols by id; one by one unless a backend can do better.
+    virtual QHash<qint64, DailyHistory> loadDailyBars(const QList<qint64>& ids) const;
+    virtual QHash<qint64, IntradayHistory> loadIntradayBars(const QList<qint64>& ids) const;
+    virtual qint64 countDailyBars() const = 0;
+    // Runs `body` on a writer inside one transaction, committing only when it succeeds.
+    virtual std::expected<void, DataError> transaction(
+        const std::function<std::expected<void, DataError>(Writer&)>& body)
+        = 0;
+    // True when another process changed the data since the last load, so the snapshots are stale.
+    virtual bool changedElsewhere() const { return false; }
+
+    // Days are stored as whole days since 1970-01-01: small integers, ordered, cheap to compare.
+    static qint64 dayNumber(QDate date);
+    static QDate dateOfDay(qint64 day);
+
+private:
+    // Reloads when another process wrote; call with the mutex held.
+    void refresh() const;
+
     mutable std::recursive_mutex m_mutex;
-    std::shared_ptr<const Universe> m_universe = std::make_shared<const Universe>();
-    QHash<QString, qint64> m_ids;
-    QHash<QString, QString> m_meta;
-    std::optional<QDate> m_lastMarketDate;
+    // Mutable: a reader that finds the data changed elsewhere reloads it.
+    mutable std::shared_ptr<const Universe> m_universe = std::make_shared<const Universe>();
+    mutable QHash<QString, qint64> m_ids;
+    mutable QHash<QString, QString> m_meta;
+    mutable std::optional<QDate> m_lastMarketDate;
     mutable QHash<QString, std::shared_ptr<const DailyHistory>> m_daily;
     mutable QHash<QString, std::shared_ptr<const IntradayHistory>> m_intraday;
 };

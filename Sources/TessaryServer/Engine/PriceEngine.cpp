@@ -114,6 +114,7 @@ std::expected<PricesResponse, UnknownTickerError> computePrices(const MarketRead
     QDate actualEnd;
     std::optional<qint64> latestLive;
 
+    market.prefetch(query.tickers);
     response.series.reserve(static_cast<std::size_t>(query.tickers.size()));
     response.rankings.reserve(static_cast<std::size_t>(query.tickers.size()));
     for (const QString& symbol : query.tickers) {

@@ -3,6 +3,7 @@
 #include "TessaryServer/Data/DataError.h"
 #include "TessaryServer/Fetch/PriceRefresher.h"
 #include "TessaryServer/MarketReader.h"
+#include "TessaryServer/Storage/PostgresOptions.h"
 
 #include <QObject>
 #include <QString>
@@ -28,6 +29,7 @@ struct ServerOptions {
     QString host = QStringLiteral("127.0.0.1");
     quint16 port = 0; // 0: any free port
     QString dataDirectory; // empty: defaultDataDirectory()
+    PostgresOptions postgres; // when set, the market and the accounts are there instead
     bool demo = true; // seed the demo market into an empty store
     // The connect page may create accounts. Off for a shared server, where accounts are added
     // with `tessary-server account add`; on for the app's embedded service on its own machine.

@@ -23,10 +23,22 @@ QString ServerWorker::dataDirectory() const
     return m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory;
 }
 
-std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDatabase(const MarketProgress& progress) const
+std::expected<void, DataError> ServerWorker::openStorage()
 {
-    const QString directory = dataDirectory();
-    auto database = MarketDatabase::open(directory);
+    if (m_storage)
+        return {};
+    auto storage = ServerStorage::open(dataDirectory(), m_options.postgres);
+    if (!storage)
+        return std::unexpected(storage.error());
+    m_storage = std::move(*storage);
+    return {};
+}
+
+std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDatabase(const MarketProgress& progress)
+{
+    if (auto opened = openStorage(); !opened)
+        return std::unexpected(opened.error());
+    auto database = m_storage->openMarket();
     if (!database)
         return std::unexpected(database.error());
     if (auto prepared = prepareMarket(**database, m_options.demo, progress, m_stop.get_token()); !prepared)
@@ -34,12 +46,22 @@ std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDataba
     return std::unique_ptr<MarketReader>(std::move(*database));
 }
 
-std::expected<std::unique_ptr<Accounts>, DataError> ServerWorker::openAccounts() const
+std::expected<std::unique_ptr<Accounts>, DataError> ServerWorker::openAccounts()
 {
-    const bool inMemory = m_options.openMarket && m_options.dataDirectory.isEmpty();
-    auto store = inMemory ? SqliteAccountStore::openInMemory() : SqliteAccountStore::open(dataDirectory());
+    const bool inMemory = m_options.openMarket && m_options.dataDirectory.isEmpty() && !m_options.postgres.enabled();
+    std::expected<std::unique_ptr<AccountStore>, DataError> store = std::unexpected(DataError {});
+    if (inMemory) {
+        store = SqliteAccountStore::openInMemory();
+    } else if (auto opened = openStorage(); !opened) {
+        store = std::unexpected(opened.error());
+    } else {
+        store = m_storage->openAccounts();
+    }
     if (!store)
         return std::unexpected(store.error());
+    // The accounts reach the same database as the market: the health check asks them.
+    m_health = std::make_unique<HealthHandler>(
+        [raw = store->get()] { return raw->ping(); }, m_refresher ? m_refresher->state() : nullptr);
     return std::make_unique<Accounts>(std::move(*store));
 }
 
@@ -64,13 +86,7 @@ void ServerWorker::run()
     }
     m_market = std::move(*market);
     m_handlers = std::make_unique<MarketHandlers>(*m_market);
-    auto accounts = openAccounts();
-    if (!accounts) {
-        Q_EMIT failed(accounts.error().description());
-        return;
-    }
-    m_accounts = std::move(*accounts);
-    m_accountHandlers = std::make_unique<AccountHandlers>(*m_accounts, m_options.signup);
+    // Before the accounts: the health check reports the refresher's state.
     if (auto* database = dynamic_cast<MarketDatabase*>(m_market.get()); database && m_options.refresh) {
         auto provider = makePriceProvider(m_options.refresh->provider);
         if (!provider) {
@@ -79,16 +95,22 @@ void ServerWorker::run()
         }
         m_refresher = std::make_unique<PriceRefresher>(*database, *m_options.refresh, std::move(*provider));
     }
+    auto accounts = openAccounts();
+    if (!accounts) {
+        Q_EMIT failed(accounts.error().description());
+        return;
+    }
+    m_accounts = std::move(*accounts);
+    m_accountHandlers = std::make_unique<AccountHandlers>(*m_accounts, m_options.signup);
 
     const bool ownsDirectory = !m_options.openMarket || !m_options.dataDirectory.isEmpty();
     m_transport = std::make_unique<HttpTransport>(
-        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get(),
-            updates = UpdateFeedHandler(ownsDirectory ? dataDirectory() : QString()),
-            refresh = m_refresher ? m_refresher->state() : nullptr](const HttpRequest& request) {
+        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get(), health = m_health.get(),
+            updates = UpdateFeedHandler(ownsDirectory ? dataDirectory() : QString())](const HttpRequest& request) {
             if (request.path == UpdateFeedHandler::path)
                 return updates.handle();
-            if (request.path == u"/healthz")
-                return healthResponse(refresh.get());
+            if (HealthHandler::serves(request.path))
+                return health->handle(request);
             return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
         });
     const auto port = m_transport->start(*address, m_options.port);
@@ -106,9 +128,11 @@ void ServerWorker::shutdown()
     // Before the store it writes to.
     m_refresher.reset();
     m_accountHandlers.reset();
+    m_health.reset();
     m_accounts.reset();
     m_handlers.reset();
     m_market.reset();
+    m_storage.reset();
     thread()->quit();
 }
 

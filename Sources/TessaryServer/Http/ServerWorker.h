@@ -2,6 +2,7 @@
 
 #include "ServerEngine.h"
 #include "TessaryServer/Data/DataError.h"
+#include "TessaryServer/Storage/ServerStorage.h"
 
 #include <QObject>
 
@@ -12,6 +13,7 @@ namespace tessary::server {
 
 class AccountHandlers;
 class Accounts;
+class HealthHandler;
 class HttpTransport;
 class MarketHandlers;
 class PriceRefresher;
@@ -41,8 +43,10 @@ Q_SIGNALS:
 
 private:
     QString dataDirectory() const;
-    std::expected<std::unique_ptr<MarketReader>, DataError> openDatabase(const MarketProgress& progress) const;
-    std::expected<std::unique_ptr<Accounts>, DataError> openAccounts() const;
+    // The SQLite file or PostgreSQL pool the market and the accounts share, opened once.
+    std::expected<void, DataError> openStorage();
+    std::expected<std::unique_ptr<MarketReader>, DataError> openDatabase(const MarketProgress& progress);
+    std::expected<std::unique_ptr<Accounts>, DataError> openAccounts();
 
     ServerOptions m_options;
     std::stop_source m_stop;
@@ -50,6 +54,8 @@ private:
     std::unique_ptr<MarketHandlers> m_handlers;
     std::unique_ptr<Accounts> m_accounts;
     std::unique_ptr<AccountHandlers> m_accountHandlers;
+    std::unique_ptr<HealthHandler> m_health;
+    std::optional<ServerStorage> m_storage;
     std::unique_ptr<HttpTransport> m_transport;
     std::unique_ptr<PriceRefresher> m_refresher;
 };
