@@ -55,7 +55,7 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     recorded.headers = request.headers();
     m_requests.append(recorded);
 
-    const ScriptedReply reply = m_replies.value(recorded.path, ScriptedReply { 404, {}, {} });
+    const ScriptedReply reply = replyFor(recorded);
     auto responder = std::make_unique<QHttpServerResponder>(makeResponder(request, socket));
     if (reply.neverAnswer) {
         m_pending.push_back(std::move(responder));
@@ -69,12 +69,34 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
                 return;
             if (connection && connection->state() == QAbstractSocket::ConnectedState)
                 answer(**it, reply);
+            else
+                finish();
             m_pending.erase(it);
         });
     } else {
         answer(*responder, reply);
     }
     return true;
+}
+
+void FixtureServer::script(const QString& path, const QByteArray& queryPart, ScriptedReply reply)
+{
+    m_queryReplies.prepend({ path, queryPart, std::move(reply) });
+}
+
+ScriptedReply FixtureServer::replyFor(const RecordedRequest& request) const
+{
+    for (const auto& [path, queryPart, reply] : m_queryReplies) {
+        if (path == request.path && request.query.contains(queryPart))
+            return reply;
+    }
+    return m_replies.value(request.path, ScriptedReply { 404, {}, {} });
+}
+
+void FixtureServer::finish()
+{
+    ++m_finished;
+    Q_EMIT requestFinished();
 }
 
 void FixtureServer::missingHandler(const QHttpServerRequest&, QTcpSocket*)
@@ -88,6 +110,7 @@ void FixtureServer::answer(QHttpServerResponder& responder, const ScriptedReply&
         responder.write(reply.body, QHttpServerResponder::HeaderList {}, status);
     else
         responder.write(reply.body, reply.contentType, status);
+    finish();
 }
 
 } // namespace tessary::test

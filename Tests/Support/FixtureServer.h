@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 class QHttpServerResponder;
@@ -50,17 +51,31 @@ public:
     // "http://127.0.0.1:<port>"
     QUrl baseUrl() const { return m_baseUrl; }
     void script(const QString& path, ScriptedReply reply) { m_replies.insert(path, std::move(reply)); }
+    // A reply for the requests on `path` whose encoded query contains `queryPart`, ahead of
+    // the path's own script: two periods can get two different answers.
+    void script(const QString& path, const QByteArray& queryPart, ScriptedReply reply);
     const QList<RecordedRequest>& requests() const { return m_requests; }
+    // Every request received has had its reply written, or dropped with its connection. A
+    // test that expects nothing more from the client sends a last request that must come
+    // after any stray one, and waits for this.
+    bool idle() const { return m_finished == m_requests.size(); }
+
+Q_SIGNALS:
+    void requestFinished();
 
 protected:
     bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) override;
     void missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) override;
 
 private:
-    static void answer(QHttpServerResponder& responder, const ScriptedReply& reply);
+    void answer(QHttpServerResponder& responder, const ScriptedReply& reply);
+    void finish();
+    ScriptedReply replyFor(const RecordedRequest& request) const;
 
     QUrl m_baseUrl;
     QHash<QString, ScriptedReply> m_replies;
+    QList<std::tuple<QString, QByteArray, ScriptedReply>> m_queryReplies;
+    int m_finished = 0;
     QList<RecordedRequest> m_requests;
     // Responders waiting for a delay, or forever.
     std::vector<std::unique_ptr<QHttpServerResponder>> m_pending;
