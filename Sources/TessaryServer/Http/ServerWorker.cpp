@@ -16,7 +16,8 @@ ServerWorker::ServerWorker(ServerOptions options)
 
 ServerWorker::~ServerWorker() = default;
 
-std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDatabase(const MarketProgress& progress) const
+std::expected<std::unique_ptr<MarketDatabase>, DataError> ServerWorker::openDatabase(
+    const MarketProgress& progress) const
 {
     const QString directory = m_options.dataDirectory.isEmpty() ? defaultDataDirectory() : m_options.dataDirectory;
     auto database = MarketDatabase::open(directory);
@@ -24,7 +25,7 @@ std::expected<std::unique_ptr<MarketReader>, DataError> ServerWorker::openDataba
         return std::unexpected(database.error());
     if (auto prepared = prepareMarket(**database, m_options.demo, progress, m_stop.get_token()); !prepared)
         return std::unexpected(prepared.error());
-    return std::unique_ptr<MarketReader>(std::move(*database));
+    return std::move(*database);
 }
 
 std::expected<std::unique_ptr<Accounts>, DataError> ServerWorker::openAccounts() const
@@ -49,7 +50,16 @@ void ServerWorker::run()
     Q_EMIT progress(0, QStringLiteral("Opening the market data"));
     const MarketProgress report
         = [this](double fraction) { Q_EMIT progress(fraction, QStringLiteral("Preparing the market data")); };
-    auto market = m_options.openMarket ? m_options.openMarket(report) : openDatabase(report);
+    MarketDatabase* database = nullptr;
+    auto market = [&]() -> std::expected<std::unique_ptr<MarketReader>, DataError> {
+        if (m_options.openMarket)
+            return m_options.openMarket(report);
+        auto opened = openDatabase(report);
+        if (!opened)
+            return std::unexpected(opened.error());
+        database = opened->get();
+        return std::move(*opened);
+    }();
     // Stopped while the market was prepared: the engine is waiting for the thread, not for news.
     if (m_stop.stop_requested())
         return;
@@ -58,6 +68,11 @@ void ServerWorker::run()
         return;
     }
     m_market = std::move(*market);
+    if (database && database->dataSource() == DataSource::simulated && database->demoSeed())
+        m_keeper = std::make_unique<DemoMarketKeeper>(
+            *database, DemoMarketKeeper::defaultInterval, DemoMarketKeeper::LastDay {}, [](const QString& message) {
+                qWarning("tessary-server: the demo market could not be extended: %s", qPrintable(message));
+            });
     m_handlers = std::make_unique<MarketHandlers>(*m_market);
     auto accounts = openAccounts();
     if (!accounts) {
@@ -82,6 +97,7 @@ void ServerWorker::run()
 
 void ServerWorker::shutdown()
 {
+    m_keeper.reset();
     m_transport.reset();
     m_accountHandlers.reset();
     m_accounts.reset();

@@ -12,6 +12,8 @@ namespace tessary::server {
 
 class AccountHandlers;
 class Accounts;
+class DemoMarketKeeper;
+class MarketDatabase;
 class HttpTransport;
 class MarketHandlers;
 
@@ -39,12 +41,13 @@ Q_SIGNALS:
     void failed(const QString& message);
 
 private:
-    std::expected<std::unique_ptr<MarketReader>, DataError> openDatabase(const MarketProgress& progress) const;
+    std::expected<std::unique_ptr<MarketDatabase>, DataError> openDatabase(const MarketProgress& progress) const;
     std::expected<std::unique_ptr<Accounts>, DataError> openAccounts() const;
 
     ServerOptions m_options;
     std::stop_source m_stop;
     std::unique_ptr<MarketReader> m_market;
+    std::unique_ptr<DemoMarketKeeper> m_keeper;
     std::unique_ptr<MarketHandlers> m_handlers;
     std::unique_ptr<Accounts> m_accounts;
     std::unique_ptr<AccountHandlers> m_accountHandlers;
