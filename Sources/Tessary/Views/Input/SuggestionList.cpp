@@ -54,6 +54,24 @@ QRect SuggestionList::rowRect(int row) const
     return QRect(1, 1 + row * rowHeight(), width() - 2, rowHeight());
 }
 
+void SuggestionList::showBelow(QWidget& field, bool show)
+{
+    if (!show || !field.isVisible()) {
+        hide();
+        return;
+    }
+    QWidget* host = field.window();
+    if (parentWidget() != host)
+        setParent(host);
+    const QPoint topLeft = field.mapTo(host, QPoint(0, field.height() + 2));
+    // A narrow field still shows whole names; the rows keep inside the window.
+    const int width = std::max(field.width(), sizeHint().width());
+    const int left = std::clamp(topLeft.x(), 0, std::max(0, host->width() - width));
+    setGeometry(QRect(QPoint(left, topLeft.y()), QSize(width, sizeHint().height())));
+    this->show();
+    raise();
+}
+
 QSize SuggestionList::sizeHint() const
 {
     return QSize(420, static_cast<int>(m_rows.size()) * rowHeight() + 2);

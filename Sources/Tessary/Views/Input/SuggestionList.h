@@ -28,6 +28,9 @@ public:
     int highlight() const { return m_highlight; }
     QRect rowRect(int row) const;
     QSize sizeHint() const override;
+    // Shows the rows floating under `field`, over whatever lies below it, instead of pushing
+    // the chart down; or hides them.
+    void showBelow(QWidget& field, bool show);
 
 Q_SIGNALS:
     void clicked(int row);

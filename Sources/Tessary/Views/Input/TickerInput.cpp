@@ -137,19 +137,7 @@ void TickerInput::refreshSuggestions()
 
 void TickerInput::placeList()
 {
-    const bool show = !m_suggestions.empty() && m_field->hasFocus() && isVisible();
-    if (!show) {
-        m_list->hide();
-        return;
-    }
-    // The rows float over whatever lies below the field instead of pushing the chart down.
-    QWidget* host = window();
-    if (m_list->parentWidget() != host)
-        m_list->setParent(host);
-    const QPoint topLeft = m_field->mapTo(host, QPoint(0, m_field->height() + 2));
-    m_list->setGeometry(QRect(topLeft, QSize(m_field->width(), m_list->sizeHint().height())));
-    m_list->show();
-    m_list->raise();
+    m_list->showBelow(*m_field, !m_suggestions.empty() && m_field->hasFocus() && isVisible());
 }
 
 bool TickerInput::eventFilter(QObject* watched, QEvent* event)

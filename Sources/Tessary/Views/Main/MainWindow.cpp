@@ -195,6 +195,7 @@ QWidget* MainWindow::buildHeader()
     m_statusLine->setForegroundRole(QPalette::PlaceholderText);
     titles->addWidget(m_statusLine);
     layout->addLayout(titles, 1);
+    layout->addWidget(new BenchmarkField(m_store, header), 0, Qt::AlignTop);
 
     m_dataSourceBadge = new QLabel(simulatedText, header);
     m_dataSourceBadge->setObjectName(QStringLiteral("dataSourceBadge"));
