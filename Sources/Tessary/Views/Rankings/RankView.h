@@ -4,6 +4,8 @@
 
 #include <QTableView>
 
+#include <vector>
+
 namespace tessary {
 
 class ChartFocus;
@@ -24,11 +26,18 @@ protected:
         ChartFocus& focus, QAbstractItemModel* model, RankCellDelegate::Roles roles, int rowHeight, QWidget* parent);
 
     ChartFocus& focus() const { return m_focus; }
+    void resizeEvent(QResizeEvent* event) override;
     QString tickerAt(const QModelIndex& index) const { return index.data(m_tickerRole).toString(); }
     virtual void headingClicked(int section) = 0;
 
 private:
+    // Columns as wide as their values and headings: whole headings when the view is wide
+    // enough, short ones when not, and past that a horizontal scroll rather than cut values.
+    // The space left over is shared out, so a wide view has no empty band on the right.
+    void fitColumns();
+
     ChartFocus& m_focus;
+    std::vector<int> m_valueWidths; // widest value of each column; empty when to be measured
     RankingHeader* m_header = nullptr;
     int m_tickerRole = 0;
 };
