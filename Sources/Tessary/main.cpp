@@ -10,6 +10,7 @@
 #include "Tessary/Shell/FeatureFlags.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartExportCard.h"
+#include "Tessary/Views/Chart/ChartView.h"
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/ChartExportControl.h"
 #include "Tessary/Views/Main/MainWindow.h"
@@ -20,7 +21,9 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTimer>
 
@@ -38,12 +41,26 @@ void describeApplication()
     QCoreApplication::setApplicationVersion(QString::fromLatin1(BuildInfo::version));
 }
 
+// The file of one step of a hover sweep: "out.png" becomes "out-01.png", "out-02.png", …
+QString sweepFrame(const QString& path, int step, int steps)
+{
+    const QFileInfo file(path);
+    const int digits = static_cast<int>(QString::number(steps).size());
+    const QString name = QStringLiteral("%1-%2.%3")
+                             .arg(file.completeBaseName())
+                             .arg(step + 1, digits, 10, QLatin1Char('0'))
+                             .arg(file.suffix().isEmpty() ? QStringLiteral("png") : file.suffix());
+    return file.dir().filePath(name);
+}
+
 // TESSARY_SNAPSHOT=<png>: once the chart area settles (a chart, or an error), the window
 // is written to that file, one line says what it showed, and the app quits: 0 for a chart.
-// TESSARY_SNAPSHOT_SIZE=WIDTHxHEIGHT sizes the window first.
+// TESSARY_SNAPSHOT_SIZE=WIDTHxHEIGHT sizes the window first. With TESSARY_HOVER_SWEEP=N
+// it writes N pictures instead, the hover moving from the first bar to the last.
 void armSnapshot(MainWindow& window, const Environment& environment)
 {
     const QString path = *environment.snapshot;
+    const int steps = environment.hoverSweep.value_or(0);
     if (environment.snapshotSize) {
         const QStringList size = environment.snapshotSize->split(u'x');
         if (size.size() == 2 && size[0].toInt() > 0 && size[1].toInt() > 0)
@@ -53,7 +70,7 @@ void armSnapshot(MainWindow& window, const Environment& environment)
     auto* poll = new QTimer(&window);
     auto* elapsed = new QElapsedTimer;
     elapsed->start();
-    QObject::connect(poll, &QTimer::timeout, &window, [&window, path, poll, elapsed] {
+    QObject::connect(poll, &QTimer::timeout, &window, [&window, path, poll, elapsed, steps] {
         const ChartArea::State state = window.chartArea()->state();
         const bool settled = state == ChartArea::State::chart || state == ChartArea::State::error
             || state == ChartArea::State::empty || state == ChartArea::State::welcome;
@@ -63,16 +80,43 @@ void armSnapshot(MainWindow& window, const Environment& environment)
         poll->stop();
         delete elapsed;
         // One more moment so the chart's first paint is in the picture.
-        QTimer::singleShot(500, &window, [&window, path, state] {
-            const bool saved = window.grab().save(path);
+        QTimer::singleShot(500, &window, [&window, path, state, steps] {
+            bool saved = true;
+            if (steps > 0 && state == ChartArea::State::chart) {
+                for (int step = 0; step < steps; ++step) {
+                    window.chartView()->forceHover(double(step) / double(steps - 1));
+                    saved = window.grab().save(sweepFrame(path, step, steps)) && saved;
+                }
+            } else {
+                saved = window.grab().save(path);
+            }
             static const char* names[] = { "welcome", "loading", "empty", "error", "chart" };
-            std::printf("snapshot: %s %s%s\n", names[static_cast<int>(state)], qPrintable(path),
+            const QString written = steps > 0 ? sweepFrame(path, 0, steps) + QStringLiteral(" …") : path;
+            std::printf("snapshot: %s %s%s\n", names[static_cast<int>(state)], qPrintable(written),
                 saved ? "" : " (could not be written)");
             std::fflush(stdout);
             QCoreApplication::exit(state == ChartArea::State::chart && saved ? 0 : 2);
         });
     });
     poll->start(200);
+}
+
+// TESSARY_HOVER and, without a snapshot, TESSARY_HOVER_SWEEP: the chart shows its hover
+// where it is told, or walks it across the chart over and over, with no pointer involved.
+void armHover(MainWindow& window, const Environment& environment)
+{
+    if (environment.hover)
+        window.chartView()->forceHover(*environment.hover);
+    if (!environment.hoverSweep || environment.snapshot)
+        return;
+    auto* sweep = new QTimer(&window);
+    constexpr int stepMilliseconds = 40;
+    QObject::connect(sweep, &QTimer::timeout, &window, [&window, sweep, steps = *environment.hoverSweep] {
+        const int step = sweep->property("step").toInt();
+        window.chartView()->forceHover(double(step) / double(steps - 1));
+        sweep->setProperty("step", (step + 1) % steps);
+    });
+    sweep->start(stepMilliseconds);
 }
 
 // TESSARY_EXPORT=<png>: once the first chart is on screen, its export card is saved to that
@@ -197,6 +241,7 @@ int runWindow(int argc, char** argv)
     QObject::connect(&launcher, &ServiceLauncher::failed, window.chartArea(), &ChartArea::setServiceFailure);
     if (environment->snapshot)
         armSnapshot(window, *environment);
+    armHover(window, *environment);
     if (environment->exportPath)
         armExport(window, store, *environment->exportPath);
     window.show();
