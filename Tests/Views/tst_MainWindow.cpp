@@ -314,6 +314,9 @@ void MainWindowTests::legendKeepsTwoRowsForAFullList()
     const auto lines = static_cast<qsizetype>(m_window->chartView()->comparison().series.size());
     QCOMPARE(legend->moreButton()->text(), QStringLiteral("+%1 more").arg(lines - shown.size()));
     QVERIFY(legend->moreButton()->geometry().right() <= legend->width());
+    // The chart keeps the greater part of the window.
+    QVERIFY2(m_window->chartArea()->height() >= m_window->height() / 2,
+        qPrintable(QStringLiteral("%1 of %2").arg(m_window->chartArea()->height()).arg(m_window->height())));
 
     // The popup finds any line and pins it.
     QTest::mouseClick(legend->moreButton(), Qt::LeftButton);

@@ -47,6 +47,12 @@ RankView::RankView(
     connect(&m_focus, &ChartFocus::hoveredChanged, this, repaint);
 }
 
+QSize RankView::minimumSizeHint() const
+{
+    return { QTableView::minimumSizeHint().width(),
+        m_header->sizeHint().height() + verticalHeader()->defaultSectionSize() + 2 * frameWidth() };
+}
+
 void RankView::resizeEvent(QResizeEvent* event)
 {
     QTableView::resizeEvent(event);

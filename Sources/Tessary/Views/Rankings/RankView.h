@@ -19,6 +19,8 @@ class RankView : public QTableView {
 
 public:
     RankingHeader& header() const { return *m_header; }
+    // The headings and one row: the chart above may take the rest of the height.
+    QSize minimumSizeHint() const override;
 
 protected:
     // Takes ownership of `model`.
