@@ -73,17 +73,7 @@ void BenchmarkField::refreshSuggestions()
     m_suggestions = query.isEmpty() || (list && query.compare(list->benchmark, Qt::CaseInsensitive) == 0)
         ? std::vector<TickerInfo> {}
         : m_store.suggestions(query, {}, suggestionLimit);
-    std::vector<SuggestionList::Row> rows;
-    rows.reserve(m_suggestions.size());
-    for (const TickerInfo& info : m_suggestions) {
-        auto mark = SuggestionList::Mark::none;
-        if (list && info.symbol == list->benchmark)
-            mark = SuggestionList::Mark::benchmark;
-        else if (list && list->tickers.contains(info.symbol))
-            mark = SuggestionList::Mark::alreadyInList;
-        rows.push_back({ info, mark });
-    }
-    m_list->setRows(std::move(rows));
+    m_list->setSuggestions(m_suggestions, list);
     m_list->setHighlight(m_highlight);
     m_list->showBelow(*m_field, !m_suggestions.empty() && m_field->hasFocus());
 }
@@ -153,8 +143,7 @@ bool BenchmarkField::eventFilter(QObject* watched, QEvent* event)
         case Qt::Key_Up: {
             if (m_suggestions.empty() || holdsCommandModifier(*key))
                 return false;
-            const int last = static_cast<int>(m_suggestions.size()) - 1;
-            m_highlight = key->key() == Qt::Key_Down ? std::min(m_highlight + 1, last) : std::max(m_highlight - 1, 0);
+            m_highlight = m_list->highlightAfter(key->key());
             m_list->setHighlight(m_highlight);
             return true;
         }

@@ -30,6 +30,27 @@ void SuggestionList::setRows(std::vector<Row> rows)
     update();
 }
 
+void SuggestionList::setSuggestions(const std::vector<TickerInfo>& suggestions, const ComparisonList* list)
+{
+    std::vector<Row> rows;
+    rows.reserve(suggestions.size());
+    for (const TickerInfo& info : suggestions) {
+        auto mark = Mark::none;
+        if (list && info.symbol == list->benchmark)
+            mark = Mark::benchmark;
+        else if (list && list->tickers.contains(info.symbol))
+            mark = Mark::alreadyInList;
+        rows.push_back({ info, mark });
+    }
+    setRows(std::move(rows));
+}
+
+int SuggestionList::highlightAfter(int key) const
+{
+    const int last = static_cast<int>(m_rows.size()) - 1;
+    return key == Qt::Key_Down ? std::min(m_highlight + 1, last) : std::max(m_highlight - 1, 0);
+}
+
 void SuggestionList::setHighlight(int row)
 {
     if (m_highlight == row)

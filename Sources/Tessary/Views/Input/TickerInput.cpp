@@ -120,17 +120,7 @@ void TickerInput::refreshSuggestions()
     const QStringView token = lastTickerToken(m_field->text());
     m_suggestions = token.isEmpty() ? std::vector<TickerInfo> {} : m_store.suggestions(token, {}, suggestionLimit);
     const ComparisonList* list = m_store.selectedList();
-    std::vector<SuggestionList::Row> rows;
-    rows.reserve(m_suggestions.size());
-    for (const TickerInfo& info : m_suggestions) {
-        auto mark = SuggestionList::Mark::none;
-        if (list && info.symbol == list->benchmark)
-            mark = SuggestionList::Mark::benchmark;
-        else if (list && list->tickers.contains(info.symbol))
-            mark = SuggestionList::Mark::alreadyInList;
-        rows.push_back({ info, mark });
-    }
-    m_list->setRows(std::move(rows));
+    m_list->setSuggestions(m_suggestions, list);
     m_list->setHighlight(m_highlight);
     placeList();
 }
@@ -177,8 +167,7 @@ bool TickerInput::handleKey(QKeyEvent* event)
         // Arrows belong to the rows only while the field has the keyboard and no command is meant.
         if (!m_field->hasFocus() || m_suggestions.empty() || holdsCommandModifier(*event))
             return false;
-        const int last = static_cast<int>(m_suggestions.size()) - 1;
-        m_highlight = event->key() == Qt::Key_Down ? std::min(m_highlight + 1, last) : std::max(m_highlight - 1, 0);
+        m_highlight = m_list->highlightAfter(event->key());
         m_list->setHighlight(m_highlight);
         return true;
     }

@@ -25,7 +25,9 @@ constexpr int chipGap = 4;
 constexpr int justAddedMilliseconds = 4000;
 constexpr auto tickerProperty = "ticker";
 
-QIcon dot(const QColor& color)
+} // namespace
+
+QIcon LegendBar::dot(const QColor& color)
 {
     QPixmap pixmap(20, 20);
     pixmap.fill(Qt::transparent);
@@ -36,8 +38,6 @@ QIcon dot(const QColor& color)
     painter.drawEllipse(QRectF(4, 4, 12, 12));
     return QIcon(pixmap);
 }
-
-} // namespace
 
 LegendBar::LegendBar(Store& store, ChartFocus& focus, QWidget* parent)
     : QWidget(parent)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QHash>
+#include <QIcon>
 #include <QWidget>
 
 class QMenu;
@@ -26,6 +27,8 @@ public:
     QToolButton* resetButton() const { return m_reset; }
     QToolButton* moreButton() const { return m_more; }
     static constexpr int maxRows = 2;
+    // The dot in a ticker's colour that marks its chip, and its row in the overflow list.
+    static QIcon dot(const QColor& color);
     // A chip's context menu: removing the ticker and making it the benchmark in a list the
     // user can edit, copying its symbol always. The caller owns it.
     QMenu* contextMenuFor(const QString& ticker);

@@ -1,12 +1,13 @@
 #include "LegendOverflow.h"
 
+#include "LegendBar.h"
+
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/Palette.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
 
 #include <QLineEdit>
 #include <QListWidget>
-#include <QPainter>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -17,18 +18,6 @@ namespace {
 const QString searchPlaceholder = QStringLiteral("Find a ticker");
 constexpr int popupWidth = 240;
 constexpr int popupHeight = 360;
-
-QIcon swatch(const QColor& color)
-{
-    QPixmap pixmap(12, 12);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(color);
-    painter.drawEllipse(QRectF(1, 1, 10, 10));
-    return QIcon(pixmap);
-}
 
 } // namespace
 
@@ -52,7 +41,7 @@ LegendOverflow::LegendOverflow(const Comparison& comparison, ChartFocus& focus, 
 
     const auto colors = Palette::seriesColors(comparison.series);
     for (std::size_t i = 0; i < comparison.series.size(); ++i) {
-        auto* item = new QListWidgetItem(swatch(colors[i]), comparison.series[i].ticker, m_list);
+        auto* item = new QListWidgetItem(LegendBar::dot(colors[i]), comparison.series[i].ticker, m_list);
         // The box shows the pin; the whole row toggles it, so the box itself takes no clicks.
         item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
     }
