@@ -13,6 +13,7 @@
 #include "Tessary/Shell/FeatureFlags.h"
 #include "Tessary/Store/Store.h"
 #include "Tessary/Views/Chart/ChartExportCard.h"
+#include "Tessary/Views/Chart/ChartView.h"
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/ChartExportControl.h"
 #include "Tessary/Views/Main/HelpMenu.h"
@@ -191,6 +192,7 @@ int runWindow(int argc, char** argv)
         armSnapshot(window, widgets, **snapshot);
     else
         QObject::connect(&launcher, &ServiceLauncher::ready, window.helpMenu(), &HelpMenu::checkIfAllowed);
+    armHover(window, *environment);
     if (environment->exportPath)
         armExport(window, store, *environment->exportPath);
     window.show();

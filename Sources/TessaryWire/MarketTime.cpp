@@ -46,10 +46,18 @@ QString date(const QDateTime& instant)
     return formatDate(dateOf(instant));
 }
 
+QLocale displayLocale()
+{
+    const QLocale locale;
+    return locale.language() == QLocale::C ? QLocale(QLocale::English, QLocale::UnitedStates) : locale;
+}
+
 QString time(const QDateTime& instant)
 {
-    static const QLocale english(QLocale::English, QLocale::UnitedStates);
-    return english.toString(instant.toTimeZone(eastern()).time(), QStringLiteral("h:mm AP")) + QStringLiteral(" ET");
+    // On the user's clock, 12 or 24 hours, like every other time and date the app shows.
+    const QLocale locale = displayLocale();
+    return locale.toString(instant.toTimeZone(eastern()).time(), locale.timeFormat(QLocale::ShortFormat))
+        + QStringLiteral(" ET");
 }
 
 QDateTime fromMilliseconds(double millisecondsSince1970)

@@ -2,6 +2,7 @@
 
 #include <QDate>
 #include <QDateTime>
+#include <QLocale>
 #include <QString>
 #include <QTimeZone>
 
@@ -23,7 +24,11 @@ QString formatDate(QDate date);
 // The market date (New York) of an instant; "today" for the market is date(now).
 QString date(const QDateTime& instant);
 QDate dateOf(const QDateTime& instant);
-// A time of day on the market's clock: "3:45 PM ET".
+// The locale the app writes dates and times in: the user's, except that the C locale (no
+// choice made, as on a bare server or in a test) reads as US English, the language of the
+// app's texts.
+QLocale displayLocale();
+// A time of day on the market's clock, in the display locale: "3:45 PM ET" in the US.
 QString time(const QDateTime& instant);
 
 QDateTime fromMilliseconds(double millisecondsSince1970);

@@ -292,8 +292,12 @@ void APIClientTests::cancelledBeforeStartNeverSends()
     const auto outcome = run(client, Call::related, { u"AAPL"_qs }, Timeframe::oneYear, cancellation);
     QVERIFY(outcome && *outcome);
     QVERIFY((*outcome)->isCancelled());
-    QTest::qWait(50);
-    QCOMPARE(m_server->requests().size(), 0);
+    // A request that is sent afterwards is the first the server sees.
+    const auto after = run(client, Call::tickers, {}, Timeframe::oneYear);
+    QVERIFY(after);
+    QTRY_VERIFY(m_server->idle());
+    QCOMPARE(m_server->requests().size(), 1);
+    QCOMPARE(m_server->requests().front().path, u"/tickers"_qs);
 }
 
 void APIClientTests::refusedConnectionIsTransportError()
@@ -327,6 +331,12 @@ void APIClientTests::environmentServiceURLs_data()
     QTest::newRow("space in host") << "TESSARY_API" << Value(u"http://exa mple.test"_qs) << false;
     QTest::newRow("web also checked") << "TESSARY_WEB" << Value(u"::"_qs) << false;
     QTest::newRow("session also checked") << "TESSARY_SESSION_API" << Value(u"http//x"_qs) << false;
+    QTest::newRow("hover on a day") << "TESSARY_HOVER" << Value(u"2020-03-23"_qs) << true;
+    QTest::newRow("hover at a fraction") << "TESSARY_HOVER" << Value(u"0.25"_qs) << true;
+    QTest::newRow("hover past the end") << "TESSARY_HOVER" << Value(u"1.5"_qs) << false;
+    QTest::newRow("hover on no day") << "TESSARY_HOVER" << Value(u"2020-02-30"_qs) << false;
+    QTest::newRow("sweep steps") << "TESSARY_HOVER_SWEEP" << Value(u"24"_qs) << true;
+    QTest::newRow("sweep of one step") << "TESSARY_HOVER_SWEEP" << Value(u"1"_qs) << false;
 }
 
 void APIClientTests::environmentServiceURLs()

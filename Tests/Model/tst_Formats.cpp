@@ -1,5 +1,5 @@
-#include "Tessary/Model/Model.h"
 #include "Support/TestSupport.h"
+#include "Tessary/Model/Model.h"
 
 #include <QLocale>
 #include <QTest>
@@ -16,8 +16,14 @@ namespace {
 
 using Formatter = QString (*)(std::optional<double>);
 
-QString signedPercent(std::optional<double> value) { return Format::percent(value, true); }
-QString plainPercent(std::optional<double> value) { return Format::percent(value, false); }
+QString signedPercent(std::optional<double> value)
+{
+    return Format::percent(value, true);
+}
+QString plainPercent(std::optional<double> value)
+{
+    return Format::percent(value, false);
+}
 
 const QString minus = QString(QChar(0x2212));
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
@@ -64,7 +70,8 @@ void FormatTests::numbers_data()
     QTest::addColumn<QString>("text");
 
     const std::optional<double> none;
-    QTest::newRow("percent negative") << Formatter(plainPercent) << std::optional(-0.0523) << minus + QStringLiteral("5.2%");
+    QTest::newRow("percent negative") << Formatter(plainPercent) << std::optional(-0.0523)
+                                      << minus + QStringLiteral("5.2%");
     QTest::newRow("percent signed large") << Formatter(signedPercent) << std::optional(1.456) << "+146%";
     QTest::newRow("percent zero has no sign") << Formatter(signedPercent) << std::optional(0.0) << "0.0%";
     QTest::newRow("percent positive unsigned") << Formatter(plainPercent) << std::optional(0.123) << "12.3%";
@@ -75,7 +82,8 @@ void FormatTests::numbers_data()
     QTest::newRow("percent 99.95 boundary") << Formatter(plainPercent) << std::optional(0.9995) << "100.0%";
     QTest::newRow("percent just under") << Formatter(plainPercent) << std::optional(0.99949) << "99.9%";
     QTest::newRow("percent exactly 100") << Formatter(signedPercent) << std::optional(1.0) << "+100%";
-    QTest::newRow("percent total loss") << Formatter(signedPercent) << std::optional(-1.0) << minus + QStringLiteral("100%");
+    QTest::newRow("percent total loss") << Formatter(signedPercent) << std::optional(-1.0)
+                                        << minus + QStringLiteral("100%");
     QTest::newRow("percent grouped") << Formatter(plainPercent) << std::optional(123.456) << "12,346%";
 
     QTest::newRow("price large") << Formatter(Format::price) << std::optional(12345.67) << "12,346";
@@ -88,13 +96,15 @@ void FormatTests::numbers_data()
     QTest::newRow("price absent") << Formatter(Format::price) << none << "";
 
     QTest::newRow("ratio") << Formatter(Format::ratio) << std::optional(1.234) << "1.23";
-    QTest::newRow("ratio negative") << Formatter(Format::ratio) << std::optional(-0.5) << minus + QStringLiteral("0.50");
+    QTest::newRow("ratio negative") << Formatter(Format::ratio) << std::optional(-0.5)
+                                    << minus + QStringLiteral("0.50");
     QTest::newRow("ratio absent") << Formatter(Format::ratio) << none << "—";
 
     QTest::newRow("cap trillions") << Formatter(Format::marketCap) << std::optional(2.5e12) << "2.50T";
     QTest::newRow("cap millions") << Formatter(Format::marketCap) << std::optional(7.6e8) << "760M";
     QTest::newRow("cap billions") << Formatter(Format::marketCap) << std::optional(1e9) << "1.0B";
-    QTest::newRow("cap rounds within its unit") << Formatter(Format::marketCap) << std::optional(999'999'999.5) << "1,000M";
+    QTest::newRow("cap rounds within its unit")
+        << Formatter(Format::marketCap) << std::optional(999'999'999.5) << "1,000M";
     QTest::newRow("cap just below a trillion") << Formatter(Format::marketCap) << std::optional(999.96e9) << "1,000.0B";
     QTest::newRow("cap plain") << Formatter(Format::marketCap) << std::optional(999'999.4) << "999,999";
     QTest::newRow("cap absent") << Formatter(Format::marketCap) << none << "—";
@@ -114,6 +124,13 @@ void FormatTests::followsTheUserLocale()
     QCOMPARE(Format::percent(-0.0523), minus + QStringLiteral("5,2%"));
     QCOMPARE(Format::price(12345.67), QStringLiteral("12.346"));
     QCOMPARE(Format::marketCap(2.5e12), QStringLiteral("2,50T"));
+    QCOMPARE(DateLabel::display(QDate(2009, 3, 9)), QStringLiteral("9. März 2009"));
+    QCOMPARE(MarketTime::time(utcInstant("2026-01-15T21:00:00Z")), QStringLiteral("16:00 ET"));
+    QLocale::setDefault(QLocale(QLocale::Spanish, QLocale::Spain));
+    QCOMPARE(DateLabel::display(QDate(2009, 3, 9)), QStringLiteral("9 de mar de 2009"));
+    QCOMPARE(QLocale().toString(QDate(2009, 3, 9), DateLabel::monthDayFormat()), QStringLiteral("9 de mar"));
+    QLocale::setDefault(QLocale(QLocale::Japanese, QLocale::Japan));
+    QCOMPARE(QLocale().toString(QDate(2009, 3, 9), DateLabel::monthDayFormat()), QStringLiteral("3月9日"));
 }
 
 void FormatTests::benchmarkMultiple_data()
@@ -126,9 +143,12 @@ void FormatTests::benchmarkMultiple_data()
     using Tone = Format::BenchmarkMultiple::Tone;
     QTest::newRow("twice the growth") << std::optional(1.5) << std::optional(0.25) << "2.0× SPY" << int(Tone::above);
     QTest::newRow("same return") << std::optional(0.1) << std::optional(0.1) << "1.0× SPY" << int(Tone::equal);
-    QTest::newRow("within the tolerance") << std::optional(0.1 + 1e-13) << std::optional(0.1) << "1.0× SPY" << int(Tone::equal);
-    QTest::newRow("losing while the benchmark is flat") << std::optional(-0.5) << std::optional(0.0) << "0.5× SPY" << int(Tone::below);
-    QTest::newRow("both negative, ticker better") << std::optional(-0.1) << std::optional(-0.4) << "1.5× SPY" << int(Tone::above);
+    QTest::newRow("within the tolerance")
+        << std::optional(0.1 + 1e-13) << std::optional(0.1) << "1.0× SPY" << int(Tone::equal);
+    QTest::newRow("losing while the benchmark is flat")
+        << std::optional(-0.5) << std::optional(0.0) << "0.5× SPY" << int(Tone::below);
+    QTest::newRow("both negative, ticker better")
+        << std::optional(-0.1) << std::optional(-0.4) << "1.5× SPY" << int(Tone::above);
     QTest::newRow("no decimals from 10") << std::optional(10.0) << std::optional(0.0) << "11× SPY" << int(Tone::above);
     QTest::newRow("benchmark wiped out") << std::optional(0.2) << std::optional(-1.0) << "—" << int(Tone::above);
     QTest::newRow("ticker wiped out") << std::optional(-1.0) << std::optional(0.3) << "0.0× SPY" << int(Tone::below);
@@ -152,13 +172,13 @@ void FormatTests::rankColourAtSegmentEdges_data()
     QTest::addColumn<int>("count");
     QTest::addColumn<QList<int>>("rgb");
 
-    QTest::newRow("alone is grey") << 1 << 1 << QList<int>{153, 153, 153};
-    QTest::newRow("nobody ranked") << 1 << 0 << QList<int>{153, 153, 153};
-    QTest::newRow("best of two") << 1 << 2 << QList<int>{16, 150, 55};
-    QTest::newRow("worst of two") << 2 << 2 << QList<int>{200, 40, 30};
-    QTest::newRow("t = 0.33 starts amber") << 34 << 101 << QList<int>{180, 140, 0};
-    QTest::newRow("t = 0.66 starts orange") << 67 << 101 << QList<int>{220, 100, 0};
-    QTest::newRow("t = 0.5") << 3 << 5 << QList<int>{201, 119, 0};
+    QTest::newRow("alone is grey") << 1 << 1 << QList<int> { 153, 153, 153 };
+    QTest::newRow("nobody ranked") << 1 << 0 << QList<int> { 153, 153, 153 };
+    QTest::newRow("best of two") << 1 << 2 << QList<int> { 16, 150, 55 };
+    QTest::newRow("worst of two") << 2 << 2 << QList<int> { 200, 40, 30 };
+    QTest::newRow("t = 0.33 starts amber") << 34 << 101 << QList<int> { 180, 140, 0 };
+    QTest::newRow("t = 0.66 starts orange") << 67 << 101 << QList<int> { 220, 100, 0 };
+    QTest::newRow("t = 0.5") << 3 << 5 << QList<int> { 201, 119, 0 };
 }
 
 void FormatTests::rankColourAtSegmentEdges()
@@ -167,7 +187,7 @@ void FormatTests::rankColourAtSegmentEdges()
     QFETCH(int, count);
     QFETCH(QList<int>, rgb);
     const QColor color = Palette::rankColor(rank, count);
-    QCOMPARE((QList<int>{color.red(), color.green(), color.blue()}), rgb);
+    QCOMPARE((QList<int> { color.red(), color.green(), color.blue() }), rgb);
     QCOMPARE(color.alpha(), 255);
 }
 
@@ -179,8 +199,8 @@ void FormatTests::rankColourHasNoJumps()
     for (int rank = 2; rank <= count; ++rank) {
         const QColor previous = Palette::rankColor(rank - 1, count);
         const QColor current = Palette::rankColor(rank, count);
-        const int step = std::max({std::abs(previous.red() - current.red()), std::abs(previous.green() - current.green()),
-                                   std::abs(previous.blue() - current.blue())});
+        const int step = std::max({ std::abs(previous.red() - current.red()),
+            std::abs(previous.green() - current.green()), std::abs(previous.blue() - current.blue()) });
         QVERIFY2(step <= 2, qPrintable(QStringLiteral("rank %1 jumps by %2").arg(rank).arg(step)));
     }
 }
@@ -191,12 +211,18 @@ void FormatTests::marketClock_data()
     QTest::addColumn<QString>("date");
     QTest::addColumn<QString>("time");
 
-    QTest::newRow("winter close") << utcInstant("2026-01-15T21:00:00Z") << "2026-01-15" << "4:00 PM ET";
-    QTest::newRow("summer close") << utcInstant("2026-03-13T20:00:00Z") << "2026-03-13" << "4:00 PM ET";
-    QTest::newRow("after midnight UTC is still yesterday") << utcInstant("2026-11-22T03:30:00Z") << "2026-11-21" << "10:30 PM ET";
-    QTest::newRow("the skipped hour") << utcInstant("2026-03-08T07:00:00Z") << "2026-03-08" << "3:00 AM ET";
-    QTest::newRow("the repeated hour, second time") << utcInstant("2026-11-01T06:30:00Z") << "2026-11-01" << "1:30 AM ET";
-    QTest::newRow("open") << utcInstant("2024-07-01T13:30:00Z") << "2024-07-01" << "9:30 AM ET";
+    QTest::newRow("winter close") << utcInstant("2026-01-15T21:00:00Z") << "2026-01-15"
+                                  << "4:00 PM ET";
+    QTest::newRow("summer close") << utcInstant("2026-03-13T20:00:00Z") << "2026-03-13"
+                                  << "4:00 PM ET";
+    QTest::newRow("after midnight UTC is still yesterday") << utcInstant("2026-11-22T03:30:00Z") << "2026-11-21"
+                                                           << "10:30 PM ET";
+    QTest::newRow("the skipped hour") << utcInstant("2026-03-08T07:00:00Z") << "2026-03-08"
+                                      << "3:00 AM ET";
+    QTest::newRow("the repeated hour, second time") << utcInstant("2026-11-01T06:30:00Z") << "2026-11-01"
+                                                    << "1:30 AM ET";
+    QTest::newRow("open") << utcInstant("2024-07-01T13:30:00Z") << "2024-07-01"
+                          << "9:30 AM ET";
 }
 
 void FormatTests::marketClock()
@@ -215,14 +241,27 @@ void FormatTests::marketDays_data()
     QTest::addColumn<QString>("marketDay");
     QTest::addColumn<QString>("display");
 
-    QTest::newRow("plain day") << "2009-03-09" << "2009-03-09" << "Mar 9, 2009";
-    QTest::newRow("leap day") << "2024-02-29" << "2024-02-29" << "Feb 29, 2024";
-    QTest::newRow("no such day") << "2023-02-29" << "" << "2023-02-29";
-    QTest::newRow("month 13") << "2023-13-01" << "" << "2023-13-01";
-    QTest::newRow("short fields") << "2023-2-1" << "" << "2023-2-1";
-    QTest::newRow("timestamp: the day is read, but it is no label") << "2024-02-29T12:00:00Z" << "2024-02-29"
-                                                                     << "2024-02-29T12:00:00Z";
-    QTest::newRow("empty") << "" << "" << "";
+    QTest::newRow("plain day") << "2009-03-09"
+                               << "2009-03-09"
+                               << "Mar 9, 2009";
+    QTest::newRow("leap day") << "2024-02-29"
+                              << "2024-02-29"
+                              << "Feb 29, 2024";
+    QTest::newRow("no such day") << "2023-02-29"
+                                 << ""
+                                 << "2023-02-29";
+    QTest::newRow("month 13") << "2023-13-01"
+                              << ""
+                              << "2023-13-01";
+    QTest::newRow("short fields") << "2023-2-1"
+                                  << ""
+                                  << "2023-2-1";
+    QTest::newRow("timestamp: the day is read, but it is no label") << "2024-02-29T12:00:00Z"
+                                                                    << "2024-02-29"
+                                                                    << "2024-02-29T12:00:00Z";
+    QTest::newRow("empty") << ""
+                           << ""
+                           << "";
 }
 
 void FormatTests::marketDays()

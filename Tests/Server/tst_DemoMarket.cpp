@@ -108,6 +108,7 @@ private Q_SLOTS:
     void sameSeedSameMarketOtherSeedOther();
     void extendingEqualsGeneratingInOneGo();
     void cancelledWritesLeaveTheMarketAsItWas();
+    void runningServerKeepsTheMarketCurrent();
     void barsFollowTheCalendar();
     void laterListingsStartLater_data();
     void laterListingsStartLater();
@@ -218,6 +219,27 @@ void DemoMarketTests::cancelledWritesLeaveTheMarketAsItWas()
     QCOMPARE(database->lastDemoDate(), QDate(2025, 11, 7));
     QVERIFY(extendDemoMarket(*database, QDate(2025, 11, 21)));
     QCOMPARE(database->lastDemoDate(), QDate(2025, 11, 21));
+}
+
+void DemoMarketTests::runningServerKeepsTheMarketCurrent()
+{
+    QTemporaryDir dir;
+    auto database = openIn(dir, QStringLiteral("kept"));
+    QVERIFY(generateDemoMarket(*database, shortSpan(QDate(2025, 11, 7))));
+    QDate today(2025, 11, 9); // a Sunday: nothing new since Friday
+    QStringList failures;
+    DemoMarketKeeper keeper(
+        *database, std::chrono::milliseconds(10), [&] { return today; },
+        [&](const QString& message) { failures.append(message); });
+    keeper.extendNow();
+    QCOMPARE(database->lastDemoDate(), QDate(2025, 11, 7));
+    // Days pass with the server running: its own timer adds them.
+    today = QDate(2025, 11, 14);
+    QTRY_COMPARE(database->lastDemoDate(), QDate(2025, 11, 14));
+    QCOMPARE(database->lastMarketDate(), QDate(2025, 11, 14));
+    today = QDate(2025, 11, 23);
+    QTRY_COMPARE(database->lastDemoDate(), QDate(2025, 11, 21));
+    QVERIFY2(failures.isEmpty(), qPrintable(failures.join(u'\n')));
 }
 
 void DemoMarketTests::barsFollowTheCalendar()

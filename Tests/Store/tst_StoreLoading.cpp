@@ -14,10 +14,27 @@ using test::ScriptedReply;
 
 namespace {
 
-const QByteArray pricesBody = R"({"range":{"actual_start":"2024-01-02","actual_end":"2024-01-04","interval":"1D"},
-"series":[{"ticker":"AAPL","dates":[1704153600000,1704240000000,1704326400000],"performance":[0,0.01,0.02]},
+// A two-ticker answer whose AAPL return says which reply it was.
+QByteArray pricesAnswer(double aaplReturn)
+{
+    return QStringLiteral(R"({"range":{"actual_start":"2024-01-02","actual_end":"2024-01-04","interval":"1D"},
+"series":[{"ticker":"AAPL","dates":[1704153600000,1704240000000,1704326400000],"performance":[0,0.01,%1]},
           {"ticker":"SPY","dates":[1704153600000,1704240000000,1704326400000],"performance":[0,0.005,0.01]}],
-"rankings":[{"ticker":"AAPL","net_return":0.02},{"ticker":"SPY","net_return":0.01}],"data_source":"simulated"})";
+"rankings":[{"ticker":"AAPL","net_return":%1},{"ticker":"SPY","net_return":0.01}],"data_source":"simulated"})")
+        .arg(aaplReturn)
+        .toUtf8();
+}
+
+const QByteArray pricesBody = pricesAnswer(0.02);
+
+std::optional<double> aaplReturn(const Store& store)
+{
+    const auto& comparison = store.comparison();
+    if (!comparison)
+        return std::nullopt;
+    const auto row = std::ranges::find(comparison->rows, QStringLiteral("AAPL"), &RankRow::ticker);
+    return row == comparison->rows.end() ? std::nullopt : row->netReturn;
+}
 
 int pricesRequests(const FixtureServer& server)
 {
@@ -93,13 +110,13 @@ void StoreLoadingTests::cachedListsAppearWithoutARequest()
     QVERIFY(store->comparison() != nullptr); // at once, from the cache
     QCOMPARE(store->comparisonListId(), std::optional(a));
     QVERIFY(!store->isLoading());
-    QTest::qWait(50);
-    QCOMPARE(pricesRequests(*m_server), 2);
     QVERIFY(b != a);
 
-    // Another benchmark over the same tickers is another comparison.
+    // Another benchmark over the same tickers is another comparison; had reopening A asked
+    // too, that request would be the third one answered.
     store->setBenchmark(QStringLiteral("QQQ"));
-    QTRY_COMPARE(pricesRequests(*m_server), 3);
+    QTRY_VERIFY(pricesRequests(*m_server) >= 3 && m_server->idle());
+    QCOMPARE(pricesRequests(*m_server), 3);
     QCOMPARE(lastPricesQuery(*m_server, QStringLiteral("tickers")), QStringLiteral("AAPL,QQQ"));
 }
 
@@ -122,13 +139,18 @@ void StoreLoadingTests::onlyTheLastOfQuickPeriodChangesIsPublished()
     auto store = makeStore();
     store->create(QStringLiteral("A"), { QStringLiteral("AAPL") });
     QTRY_VERIFY(store->comparison() != nullptr);
-    m_server->script(QStringLiteral("/prices"), ScriptedReply { 200, pricesBody, "application/json", 300ms, false });
+    // The superseded period answers last, and differently.
+    m_server->script(QStringLiteral("/prices"), "preset=5Y",
+        ScriptedReply { 200, pricesAnswer(0.05), "application/json", 300ms, false });
+    m_server->script(QStringLiteral("/prices"), "preset=10Y", ScriptedReply::json(pricesAnswer(0.10)));
     QSignalSpy published(store.get(), &Store::comparisonChanged);
     store->setTimeframe(Timeframe::fiveYear);
     store->setTimeframe(Timeframe::tenYear);
     QTRY_VERIFY(!store->isLoading());
-    QTest::qWait(400); // the first reply would have landed by now
+    QTRY_VERIFY(m_server->idle());
+    QCOMPARE(pricesRequests(*m_server), 3);
     QCOMPARE(published.count(), 1);
+    QCOMPARE(aaplReturn(*store), std::optional(0.10));
     QCOMPARE(lastPricesQuery(*m_server, QStringLiteral("preset")), QStringLiteral("10Y"));
     QCOMPARE(store->selectedPeriod().preset, Timeframe::tenYear);
 }
@@ -140,8 +162,11 @@ void StoreLoadingTests::emptyListMakesNoRequest()
     QVERIFY(!store->isLoading());
     QVERIFY(!store->comparison());
     QVERIFY(!store->loadError());
-    QTest::qWait(50);
-    QCOMPARE(pricesRequests(*m_server), 0);
+    // A list with tickers afterwards is the first request the server sees.
+    store->create(QStringLiteral("Full"), { QStringLiteral("AAPL") });
+    QTRY_VERIFY(pricesRequests(*m_server) >= 1 && m_server->idle());
+    QCOMPARE(pricesRequests(*m_server), 1);
+    QCOMPARE(lastPricesQuery(*m_server, QStringLiteral("tickers")), QStringLiteral("AAPL,SPY"));
 }
 
 void StoreLoadingTests::failuresKeepWhatIsShown()
@@ -197,8 +222,9 @@ void StoreLoadingTests::startLoadsUniverseAndCatalog()
 
     // A catalog that no longer decodes leaves the one we have.
     m_server->script(QStringLiteral("/data/collections.json"), ScriptedReply::json("{}"));
+    const auto before = m_server->requests().size();
     auto again = makeStore();
-    QTest::qWait(100);
+    QTRY_VERIFY(m_server->requests().size() == before + 2 && m_server->idle());
     QCOMPARE(again->catalog().collections.size(), 1u);
 }
 
@@ -218,13 +244,14 @@ void StoreLoadingTests::oldCacheEntriesAreShownAndReloaded()
 
     store->select(SidebarItem::list(store->lists().back().id));
     m_now += 2min;
+    m_server->script(QStringLiteral("/prices"), ScriptedReply::json(pricesAnswer(0.07)));
     store->select(SidebarItem::list(a));
-    const auto stale = store->comparison();
-    QVERIFY(stale); // shown at once, but no longer passed off as the latest
+    QVERIFY(store->comparison()); // shown at once, but no longer passed off as the latest
+    QCOMPARE(aaplReturn(*store), std::optional(0.02));
     QVERIFY(store->isLoading());
     QTRY_VERIFY(!store->isLoading());
     QCOMPARE(pricesRequests(*m_server), 3);
-    QVERIFY(store->comparison() != stale);
+    QCOMPARE(aaplReturn(*store), std::optional(0.07));
 }
 
 void StoreLoadingTests::cacheKeepsTheMostRecentlyUsed()

@@ -56,9 +56,7 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     recorded.received = std::chrono::steady_clock::now();
     m_requests.append(recorded);
 
-    ScriptedReply reply { 404, {}, {} };
-    if (auto found = m_replies.find(recorded.path); found != m_replies.end() && !found->isEmpty())
-        reply = found->size() > 1 ? found->takeFirst() : found->front();
+    const ScriptedReply reply = replyFor(recorded);
     auto responder = std::make_unique<QHttpServerResponder>(makeResponder(request, socket));
     if (reply.neverAnswer) {
         m_pending.push_back(std::move(responder));
@@ -72,12 +70,37 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
                 return;
             if (connection && connection->state() == QAbstractSocket::ConnectedState)
                 answer(**it, reply, connection);
+            else
+                finish();
             m_pending.erase(it);
         });
     } else {
         answer(*responder, reply, socket);
     }
     return true;
+}
+
+void FixtureServer::script(const QString& path, const QByteArray& queryPart, ScriptedReply reply)
+{
+    m_queryReplies.prepend({ path, queryPart, std::move(reply) });
+}
+
+ScriptedReply FixtureServer::replyFor(const RecordedRequest& request)
+{
+    for (const auto& [path, queryPart, reply] : m_queryReplies) {
+        if (path == request.path && request.query.contains(queryPart))
+            return reply;
+    }
+    auto found = m_replies.find(request.path);
+    if (found == m_replies.end() || found->isEmpty())
+        return ScriptedReply { 404, {}, {} };
+    return found->size() > 1 ? found->takeFirst() : found->front();
+}
+
+void FixtureServer::finish()
+{
+    ++m_finished;
+    Q_EMIT requestFinished();
 }
 
 void FixtureServer::missingHandler(const QHttpServerRequest&, QTcpSocket*)
@@ -94,11 +117,12 @@ void FixtureServer::answer(QHttpServerResponder& responder, const ScriptedReply&
     responder.writeHeader("Content-Length", QByteArray::number(reply.body.size()));
     if (!reply.truncate) {
         responder.writeBody(reply.body);
-        return;
+    } else {
+        responder.writeBody(reply.body.left(reply.body.size() / 2));
+        socket->flush();
+        socket->disconnectFromHost();
     }
-    responder.writeBody(reply.body.left(reply.body.size() / 2));
-    socket->flush();
-    socket->disconnectFromHost();
+    finish();
 }
 
 } // namespace tessary::test

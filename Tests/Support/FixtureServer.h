@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 class QHttpServerResponder;
@@ -56,17 +57,31 @@ public:
     // Answers the first request with the first reply, the next with the next, and every
     // request after the last with the last.
     void scriptSequence(const QString& path, QList<ScriptedReply> replies) { m_replies.insert(path, replies); }
+    // A reply for the requests on `path` whose encoded query contains `queryPart`, ahead of
+    // the path's own script: two periods can get two different answers.
+    void script(const QString& path, const QByteArray& queryPart, ScriptedReply reply);
     const QList<RecordedRequest>& requests() const { return m_requests; }
+    // Every request received has had its reply written, or dropped with its connection. A
+    // test that expects nothing more from the client sends a last request that must come
+    // after any stray one, and waits for this.
+    bool idle() const { return m_finished == m_requests.size(); }
+
+Q_SIGNALS:
+    void requestFinished();
 
 protected:
     bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) override;
     void missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) override;
 
 private:
-    static void answer(QHttpServerResponder& responder, const ScriptedReply& reply, QTcpSocket* socket);
+    void answer(QHttpServerResponder& responder, const ScriptedReply& reply, QTcpSocket* socket);
+    void finish();
+    ScriptedReply replyFor(const RecordedRequest& request);
 
     QUrl m_baseUrl;
     QHash<QString, QList<ScriptedReply>> m_replies;
+    QList<std::tuple<QString, QByteArray, ScriptedReply>> m_queryReplies;
+    int m_finished = 0;
     QList<RecordedRequest> m_requests;
     // Responders waiting for a delay, or forever.
     std::vector<std::unique_ptr<QHttpServerResponder>> m_pending;

@@ -7,6 +7,8 @@
 
 using namespace tessary;
 
+Q_DECLARE_METATYPE(tessary::ChartView::HoverSpot)
+
 namespace {
 
 constexpr double day = 86'400;
@@ -57,6 +59,8 @@ private Q_SLOTS:
     void labelClickPinsAndEscapeClears();
     void zoomToPinnedRefitsTheRange();
     void logScaleSurvivesTotalLoss();
+    void forcedHoverStandsWithoutAPointer_data();
+    void forcedHoverStandsWithoutAPointer();
 
 private:
     QPoint at(double date, double value) const { return m_view->mapper().point(date, value).toPoint(); }
@@ -181,6 +185,34 @@ void ChartViewTests::logScaleSurvivesTotalLoss()
     QVERIFY(bottom <= m_view->mapper().plot().bottom());
     QTest::mouseMove(m_view.get(), at(monday + 3 * day, 0.2));
     QCOMPARE(readoutOrder(*m_view), (QStringList { "CCC", "AAA", "BBB", "DDD" }));
+}
+
+void ChartViewTests::forcedHoverStandsWithoutAPointer_data()
+{
+    QTest::addColumn<ChartView::HoverSpot>("spot");
+    QTest::addColumn<int>("dayIndex");
+
+    const QDate first = QDateTime::fromSecsSinceEpoch(qint64(monday), QTimeZone::utc()).date();
+    QTest::newRow("a day") << ChartView::HoverSpot(first.addDays(2)) << 2;
+    QTest::newRow("a day past the data: the last bar") << ChartView::HoverSpot(first.addDays(30)) << 3;
+    QTest::newRow("the left edge") << ChartView::HoverSpot(0.0) << 0;
+    QTest::newRow("the right edge") << ChartView::HoverSpot(1.0) << 3;
+}
+
+void ChartViewTests::forcedHoverStandsWithoutAPointer()
+{
+    QFETCH(ChartView::HoverSpot, spot);
+    QFETCH(int, dayIndex);
+
+    m_view->forceHover(spot);
+    const std::optional date { monday + dayIndex * day };
+    QCOMPARE(m_view->readout().date(), date);
+    // It stays through a resize and new data, as a snapshot needs.
+    m_view->resize(600, 300);
+    QCOMPARE(m_view->readout().date(), date);
+    m_view->setComparison(std::make_shared<const Comparison>(threeLines()));
+    QCOMPARE(m_view->readout().date(), date);
+    QCOMPARE(readoutOrder(*m_view).size(), 3);
 }
 
 QTEST_MAIN(ChartViewTests)

@@ -10,6 +10,7 @@
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/ChartExportControl.h"
 #include "Tessary/Views/Main/LegendBar.h"
+#include "Tessary/Views/Main/LegendOverflow.h"
 #include "Tessary/Views/Main/MainWindow.h"
 #include "Tessary/Views/Main/PeriodBar.h"
 #include "Tessary/Views/Main/SettingsWindow.h"
@@ -24,6 +25,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
@@ -89,6 +91,8 @@ private Q_SLOTS:
     void legendChipEditsTheList();
     void lateStarterOfferSetsACustomRange();
     void statesOfTheChartArea();
+    void curatedListWaitsForTheDemoMarket();
+    void legendKeepsTwoRowsForAFullList();
     void menuShortcuts();
     void periodBarFollowsTheSelection();
     void statusLineShowsAFailedSave();
@@ -271,6 +275,80 @@ void MainWindowTests::statesOfTheChartArea()
     m_store->refresh(true);
     QTRY_COMPARE(area->detail(), QStringLiteral("Couldn't refresh: slow down"));
     QCOMPARE(area->state(), ChartArea::State::chart);
+}
+
+void MainWindowTests::curatedListWaitsForTheDemoMarket()
+{
+    // A curated list remembered from an earlier start, opened before the built-in service
+    // has its market ready.
+    m_window.reset();
+    m_store = test::openStore(*m_dir);
+    QVERIFY(m_store->acceptCatalogDocument(
+        R"({"categories":[],"collections":[{"id":"big","name":"Big","tickers":["AAPL"]}]})"));
+    m_window = std::make_unique<MainWindow>(*m_store);
+    ChartArea* area = m_window->chartArea();
+    area->setServiceProgress(QStringLiteral("Preparing the market data"), 40);
+    m_store->select(SidebarItem::featured(QStringLiteral("big")));
+    QCOMPARE(area->state(), ChartArea::State::loading);
+    QCOMPARE(area->headline(), ChartArea::preparingText);
+    QCOMPARE(area->detail(), QStringLiteral("Preparing the market data"));
+
+    m_store->connectService(m_server->baseUrl(), m_server->baseUrl());
+    QTRY_COMPARE(area->state(), ChartArea::State::chart);
+}
+
+void MainWindowTests::legendKeepsTwoRowsForAFullList()
+{
+    QStringList tickers;
+    for (int i = 0; i < 200; ++i)
+        tickers.append(QStringLiteral("T%1").arg(i, 3, 10, QLatin1Char('0')));
+    QStringList series;
+    for (const QString& ticker : tickers)
+        series.append(QStringLiteral(R"({"ticker":"%1","dates":[1704153600000,1704240000000],"performance":[0,0.01]})")
+                          .arg(ticker));
+    m_server->script(QStringLiteral("/prices"),
+        ScriptedReply::json(QStringLiteral(R"({"range":{"actual_start":"2024-01-02","actual_end":"2024-01-03",
+        "interval":"1D"},"series":[%1],"rankings":[]})")
+                                .arg(series.join(u','))
+                                .toUtf8()));
+    m_window->resize(1280, 800);
+    m_store->create(QStringLiteral("Full"), tickers);
+    QTRY_VERIFY2(
+        m_window->chartArea()->state() == ChartArea::State::chart, qPrintable(m_window->chartArea()->detail()));
+    QTRY_VERIFY(m_window->legend()->moreButton() && m_window->legend()->moreButton()->isVisible());
+
+    LegendBar* legend = m_window->legend();
+    QList<QToolButton*> shown;
+    for (const QString& ticker : tickers)
+        if (legend->chip(ticker)->isVisible())
+            shown.append(legend->chip(ticker));
+    QVERIFY(!shown.isEmpty());
+    QSet<int> rows;
+    for (QToolButton* chip : shown)
+        rows.insert(chip->y());
+    rows.insert(legend->moreButton()->y());
+    QVERIFY2(rows.size() <= LegendBar::maxRows, qPrintable(QString::number(rows.size())));
+    const auto lines = static_cast<qsizetype>(m_window->chartView()->comparison().series.size());
+    QCOMPARE(legend->moreButton()->text(), QStringLiteral("+%1 more").arg(lines - shown.size()));
+    QVERIFY(legend->moreButton()->geometry().right() <= legend->width());
+    // The chart keeps the greater part of the window.
+    QVERIFY2(m_window->chartArea()->height() >= m_window->height() / 2,
+        qPrintable(QStringLiteral("%1 of %2").arg(m_window->chartArea()->height()).arg(m_window->height())));
+
+    // The popup finds any line and pins it.
+    QTest::mouseClick(legend->moreButton(), Qt::LeftButton);
+    auto* popup = legend->findChild<LegendOverflow*>();
+    QVERIFY(popup);
+    QTest::keyClicks(popup->searchField(), QStringLiteral("t19"));
+    int visible = 0;
+    for (int row = 0; row < popup->list()->count(); ++row)
+        visible += popup->list()->item(row)->isHidden() ? 0 : 1;
+    QCOMPARE(popup->list()->count(), int(lines));
+    QCOMPARE(visible, 10); // T190–T199
+    QTest::keyClick(popup->searchField(), Qt::Key_Return);
+    QCOMPARE(m_window->focus()->pinned(), QStringList { QStringLiteral("T190") });
+    QCOMPARE(popup->list()->item(190)->checkState(), Qt::Checked);
+    popup->close();
 }
 
 void MainWindowTests::menuShortcuts()

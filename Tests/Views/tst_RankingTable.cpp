@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QMenu>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -79,6 +80,8 @@ private Q_SLOTS:
     void summary_data();
     void summary();
     void clickThrough();
+    void columnsFitTheirValues_data();
+    void columnsFitTheirValues();
 };
 
 void RankingTableTests::modelPassesTheTester()
@@ -371,6 +374,50 @@ void RankingTableTests::clickThrough()
     QCOMPARE(focus.pinned(), QStringList { QStringLiteral("WILD") });
     QTest::mouseClick(table.viewport(), Qt::LeftButton, {}, firstRow);
     QVERIFY(focus.pinned().isEmpty());
+}
+
+void RankingTableTests::columnsFitTheirValues_data()
+{
+    QTest::addColumn<int>("width");
+    QTest::addColumn<QString>("volatilityHeading");
+    QTest::addColumn<bool>("scrolls");
+
+    QTest::newRow("wide: whole headings, no scrolling") << 1400 << "VOLATILITY" << false;
+    QTest::newRow("narrow: short headings, then a scroll") << 420 << "VOL" << true;
+}
+
+// "+1,184%" far down the list must never be cut, however narrow the table.
+void RankingTableTests::columnsFitTheirValues()
+{
+    QFETCH(int, width);
+    QFETCH(QString, volatilityHeading);
+    QFETCH(bool, scrolls);
+
+    QString rows;
+    for (int i = 0; i < 40; ++i)
+        rows += QStringLiteral("T%1:0.1:0.2 ").arg(i);
+    rows += QStringLiteral("BIG:11.84:12.5");
+    ChartFocus focus;
+    RankingTable table(focus);
+    table.resize(width, 300);
+    table.setInput(inputOf(rows));
+    table.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&table));
+
+    QStyleOptionViewItem option;
+    option.initFrom(&table);
+    const auto& model = table.tableModel();
+    for (int column = 0; column < model.columnCount(); ++column) {
+        const QModelIndex big = model.index(model.rowOf(QStringLiteral("BIG")), column);
+        QVERIFY2(table.columnWidth(column) >= table.itemDelegateForIndex(big)->sizeHint(option, big).width(),
+            qPrintable(big.data().toString()));
+    }
+    QCOMPARE(model.index(model.rowOf(QStringLiteral("BIG")), int(Column::netReturn)).data().toString(),
+        QStringLiteral("+1,184%"));
+    const int volatility = int(Column::volatility);
+    const bool whole = table.columnWidth(volatility) >= table.header().headingWidth(volatility, false);
+    QCOMPARE(whole ? QStringLiteral("VOLATILITY") : QStringLiteral("VOL"), volatilityHeading);
+    QCOMPARE(table.horizontalScrollBar()->maximum() > 0, scrolls);
 }
 
 QTEST_MAIN(RankingTableTests)

@@ -170,13 +170,13 @@ void RelatedTickersTests::reorderedTickersAreAnsweredFromTheCache()
 
     // The same tickers in another order: another edit key, the same cache entry.
     m_store->select(SidebarItem::list(m_store->create(QStringLiteral("Two"), { "MSFT", "AAPL" })));
-    QTest::qWait(200);
-    QCOMPARE(relatedRequests(), 1);
     QCOMPARE(symbolsOf(m_bar->shown()), (QStringList { "QQQ", "XLK" }));
 
-    // An addition asks again.
+    // An addition asks again, and is the only request since the first.
     m_store->addTickers({ "NVDA" });
-    QTRY_COMPARE(relatedRequests(), 2);
+    QTRY_VERIFY(relatedRequests() >= 2 && m_server->idle());
+    QCOMPARE(relatedRequests(), 2);
+    QVERIFY(m_server->requests().last().query.contains("NVDA"));
 }
 
 void RelatedTickersTests::emptyAnswerIsAskedAgain()
@@ -201,8 +201,10 @@ void RelatedTickersTests::emptyAnswerIsAskedAgain()
     m_store->select(SidebarItem::list(two));
     QTRY_COMPARE(relatedRequests(), 4);
     m_store->select(SidebarItem::list(one));
-    QTest::qWait(200);
-    QCOMPARE(relatedRequests(), 4);
+    m_store->addTickers({ "NVDA" });
+    QTRY_VERIFY(relatedRequests() >= 5 && m_server->idle());
+    QCOMPARE(relatedRequests(), 5);
+    QVERIFY(m_server->requests().last().query.contains("NVDA"));
 }
 
 void RelatedTickersTests::staleRequestIsCancelled()
@@ -217,7 +219,8 @@ void RelatedTickersTests::staleRequestIsCancelled()
     m_server->script(relatedPath, ScriptedReply::json(answerOffering({ "NEW" })));
     m_store->addTickers({ "MSFT" });
     QTRY_COMPARE(symbolsOf(m_bar->shown()), QStringList { "NEW" });
-    QTest::qWait(600);
+    // The slow answer's time has come and gone.
+    QTRY_VERIFY(m_server->idle());
     QCOMPARE(symbolsOf(m_bar->shown()), QStringList { "NEW" });
     QVERIFY(!m_store->relatedTickers().cached({ "AAPL" }));
 }

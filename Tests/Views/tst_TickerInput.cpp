@@ -69,6 +69,8 @@ private Q_SLOTS:
     void hiddenForCuratedLists();
     void commandFocusesTheField();
     void startQueryTypesItself();
+    void benchmarkField_data();
+    void benchmarkField();
 
 private:
     void makeWindow(const QStringList& tickers, std::vector<TickerInfo> universe = sampleUniverse());
@@ -451,6 +453,57 @@ void TickerInputTests::startQueryTypesItself()
     QTRY_COMPARE_WITH_TIMEOUT(input->field()->text(), QStringLiteral("nvd"), 4000);
     QVERIFY(input->field()->hasFocus());
     QCOMPARE(symbolsOf(input->suggestions()), (QStringList { "NVDA", "NVDS" }));
+}
+
+void TickerInputTests::benchmarkField_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<int>("downs");
+    QTest::addColumn<QString>("benchmark");
+    QTest::addColumn<QStringList>("tickers");
+    QTest::addColumn<QString>("notice");
+
+    const QStringList tickers { "AAPL", "NVDA" };
+    QTest::newRow("whole symbol") << "qqq" << 0 << "QQQ" << tickers << "";
+    QTest::newRow("the highlighted suggestion") << "Nasdaq" << 0 << "QQQ" << tickers << "";
+    QTest::newRow("a whole symbol wins over the highlighted row") << "SPY" << 1 << "SPY" << tickers << "";
+    QTest::newRow("a ticker of the list leaves the tickers") << "nvda" << 0 << "NVDA" << QStringList { "AAPL" } << "";
+    QTest::newRow("unknown: refused, kept") << "ZZZZ" << 0 << "SPY" << tickers << "Not found: ZZZZ";
+    QTest::newRow("empty: nothing changes") << "" << 0 << "SPY" << tickers << "";
+}
+
+void TickerInputTests::benchmarkField()
+{
+    QFETCH(QString, typed);
+    QFETCH(int, downs);
+    QFETCH(QString, benchmark);
+    QFETCH(QStringList, tickers);
+    QFETCH(QString, notice);
+
+    makeWindow({ "AAPL", "NVDA" });
+    auto* field = new BenchmarkField(*m_store, m_window.get());
+    m_window->layout()->addWidget(field);
+    QTRY_VERIFY(field->isVisible());
+    QCOMPARE(field->field()->text(), QStringLiteral("SPY"));
+    field->field()->setFocus();
+    QTRY_VERIFY(field->field()->hasFocus());
+    // Focus selects the whole symbol, so typing replaces it.
+    QTest::keyClick(field->field(), Qt::Key_Backspace);
+    QTest::keyClicks(field->field(), typed);
+    for (int i = 0; i < downs; ++i)
+        QTest::keyClick(field->field(), Qt::Key_Down);
+    QTest::keyClick(field->field(), Qt::Key_Return);
+    QCOMPARE(m_store->selectedBenchmark(), benchmark);
+    QCOMPARE(m_store->selectedTickers(), tickers);
+    QCOMPARE(field->notice(), notice);
+    if (notice.isEmpty())
+        QCOMPARE(field->field()->text(), benchmark);
+
+    // A curated list has no benchmark to edit.
+    QVERIFY(m_store->acceptCatalogDocument(
+        R"({"categories":[],"collections":[{"id":"c","name":"C","tickers":["AAPL"]}]})"));
+    m_store->select(SidebarItem::featured(QStringLiteral("c")));
+    QVERIFY(!field->isVisible());
 }
 
 QTEST_MAIN(TickerInputTests)

@@ -11,7 +11,6 @@ namespace tessary {
 
 namespace {
 
-const QString preparingText = QStringLiteral("Preparing the demo market…");
 const QString embeddedFailedPrefix = QStringLiteral("The built-in market-data service could not start: ");
 
 } // namespace
@@ -39,7 +38,7 @@ void ServiceLauncher::start(bool startLoads)
     m_engine = new server::ServerEngine(this);
     connect(m_engine, &server::ServerEngine::progress, this, [this](double fraction, const QString& stage) {
         const int percent = static_cast<int>(std::lround(std::clamp(fraction, 0.0, 1.0) * 100));
-        Q_EMIT progress(stage.isEmpty() ? preparingText : preparingText + QStringLiteral(" ") + stage, percent);
+        Q_EMIT progress(stage, percent);
     });
     connect(m_engine, &server::ServerEngine::started, this, &ServiceLauncher::connectStore);
     connect(m_engine, &server::ServerEngine::failed, this,

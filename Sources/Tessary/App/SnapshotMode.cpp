@@ -1,5 +1,6 @@
 #include "SnapshotMode.h"
 
+#include "Tessary/Views/Chart/ChartView.h"
 #include "Tessary/Views/Main/ChartArea.h"
 #include "Tessary/Views/Main/MainWindow.h"
 #include "Tessary/Views/Main/SettingsWindow.h"
@@ -10,7 +11,9 @@
 #include "Tessary/Widgets/WidgetPanel.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QPointer>
 #include <QTimer>
 
@@ -59,6 +62,32 @@ void capture(QWidget& pictured, const SnapshotRequest& request, const char* what
     std::printf("snapshot: %s %s%s\n", what, qPrintable(request.path), saved ? "" : " (could not be written)");
     std::fflush(stdout);
     QCoreApplication::exit(good && saved ? 0 : 2);
+}
+
+// The file of one step of a hover sweep: "out.png" becomes "out-01.png", "out-02.png", …
+QString sweepFrame(const QString& path, int step, int steps)
+{
+    const QFileInfo file(path);
+    const int digits = static_cast<int>(QString::number(steps).size());
+    const QString name = QStringLiteral("%1-%2.%3")
+                             .arg(file.completeBaseName())
+                             .arg(step + 1, digits, 10, QLatin1Char('0'))
+                             .arg(file.suffix().isEmpty() ? QStringLiteral("png") : file.suffix());
+    return file.dir().filePath(name);
+}
+
+void captureSweep(MainWindow& window, const SnapshotRequest& request)
+{
+    const int steps = request.hoverSweep;
+    bool saved = true;
+    for (int step = 0; step < steps; ++step) {
+        window.chartView()->forceHover(double(step) / double(steps - 1));
+        saved = window.grab().save(sweepFrame(request.path, step, steps)) && saved;
+    }
+    std::printf("snapshot: chart %s …%s\n", qPrintable(sweepFrame(request.path, 0, steps)),
+        saved ? "" : " (could not be written)");
+    std::fflush(stdout);
+    QCoreApplication::exit(saved ? 0 : 2);
 }
 
 void place(QWidget& pictured, const SnapshotRequest& request)
@@ -112,6 +141,7 @@ std::expected<std::optional<SnapshotRequest>, QString> SnapshotRequest::from(con
             return std::unexpected(QStringLiteral("TESSARY_SNAPSHOT_SCROLL is not a number of rows: “%1”")
                                        .arg(*environment.snapshotScroll));
     }
+    request.hoverSweep = environment.hoverSweep.value_or(0);
     return request;
 }
 
@@ -125,7 +155,10 @@ void armSnapshot(MainWindow& window, WidgetManager& widgets, const SnapshotReque
         scrollRankings(window, request.scrollRows);
         switch (request.window) {
         case SnapshotRequest::Window::main:
-            capture(window, request, stateName(state), state == ChartArea::State::chart);
+            if (request.hoverSweep > 0 && state == ChartArea::State::chart)
+                captureSweep(window, request);
+            else
+                capture(window, request, stateName(state), state == ChartArea::State::chart);
             return;
         case SnapshotRequest::Window::settings: {
             SettingsWindow* settings = window.showSettings();
@@ -154,6 +187,22 @@ void armSnapshot(MainWindow& window, WidgetManager& widgets, const SnapshotReque
         }
         }
     });
+}
+
+void armHover(MainWindow& window, const Environment& environment)
+{
+    if (environment.hover)
+        window.chartView()->forceHover(*environment.hover);
+    if (!environment.hoverSweep || environment.snapshot)
+        return;
+    auto* sweep = new QTimer(&window);
+    constexpr int stepMilliseconds = 40;
+    QObject::connect(sweep, &QTimer::timeout, &window, [&window, sweep, steps = *environment.hoverSweep] {
+        const int step = sweep->property("step").toInt();
+        window.chartView()->forceHover(double(step) / double(steps - 1));
+        sweep->setProperty("step", (step + 1) % steps);
+    });
+    sweep->start(stepMilliseconds);
 }
 
 } // namespace tessary

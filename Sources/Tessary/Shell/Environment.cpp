@@ -4,7 +4,7 @@ namespace tessary {
 
 QString EnvironmentError::description() const
 {
-    return QStringLiteral("%1 is not a usable URL (%2): “%3”").arg(variable, reason, value);
+    return QStringLiteral("%1 is not a usable %4 (%2): “%3”").arg(variable, reason, value, kind);
 }
 
 namespace {
@@ -34,6 +34,37 @@ std::expected<std::optional<QUrl>, EnvironmentError> serviceURL(const QProcessEn
     if (url.host().isEmpty())
         return failure("it has no host");
     return url;
+}
+
+std::expected<std::optional<std::variant<QDate, double>>, EnvironmentError> hoverSpot(
+    const QProcessEnvironment& variables)
+{
+    const auto value = text(variables, "TESSARY_HOVER");
+    if (!value)
+        return std::nullopt;
+    const QDate day = QDate::fromString(*value, Qt::ISODate);
+    if (day.isValid() && value->size() == 10)
+        return day;
+    bool number = false;
+    const double fraction = value->toDouble(&number);
+    if (number && fraction >= 0 && fraction <= 1)
+        return fraction;
+    return std::unexpected(EnvironmentError { QStringLiteral("TESSARY_HOVER"), *value,
+        QStringLiteral("a day as yyyy-MM-dd or a fraction from 0 to 1"), QStringLiteral("hover position") });
+}
+
+std::expected<std::optional<int>, EnvironmentError> sweepSteps(const QProcessEnvironment& variables)
+{
+    const auto value = text(variables, "TESSARY_HOVER_SWEEP");
+    if (!value)
+        return std::nullopt;
+    bool number = false;
+    const int steps = value->toInt(&number);
+    constexpr int mostSteps = 1000;
+    if (number && steps >= 2 && steps <= mostSteps)
+        return steps;
+    return std::unexpected(EnvironmentError { QStringLiteral("TESSARY_HOVER_SWEEP"), *value,
+        QStringLiteral("a whole number from 2 to 1000"), QStringLiteral("step count") });
 }
 
 } // namespace
@@ -68,6 +99,14 @@ std::expected<Environment, EnvironmentError> Environment::read(const QProcessEnv
     };
     for (const auto& [member, name] : texts)
         environment.*member = text(variables, name);
+    auto hover = hoverSpot(variables);
+    if (!hover)
+        return std::unexpected(hover.error());
+    environment.hover = *hover;
+    auto sweep = sweepSteps(variables);
+    if (!sweep)
+        return std::unexpected(sweep.error());
+    environment.hoverSweep = *sweep;
     return environment;
 }
 

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <QDate>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QUrl>
 
 #include <expected>
 #include <optional>
+#include <variant>
 
 namespace tessary {
 
@@ -15,6 +17,7 @@ struct EnvironmentError {
     QString variable;
     QString value;
     QString reason;
+    QString kind = QStringLiteral("URL"); // what the value should have been
 
     QString description() const;
     friend bool operator==(const EnvironmentError&, const EnvironmentError&) = default;
@@ -42,6 +45,12 @@ struct Environment {
     std::optional<QString> supportAddress; // TESSARY_SUPPORT_EMAIL
     std::optional<QString> snapshotWindow; // TESSARY_SNAPSHOT_WINDOW: main, settings or widget
     std::optional<QString> snapshotScroll; // TESSARY_SNAPSHOT_SCROLL: rows to scroll the rankings by
+    // TESSARY_HOVER: a day (yyyy-MM-dd) or a fraction of the chart's width, 0 to 1, where the
+    // chart shows its hover without a pointer, for pictures.
+    std::optional<std::variant<QDate, double>> hover;
+    // TESSARY_HOVER_SWEEP: how many steps the hover takes from the first bar to the last;
+    // with TESSARY_SNAPSHOT, one picture per step.
+    std::optional<int> hoverSweep;
 
     // Reads the variables from `variables` (the process's own by default). A service URL
     // that does not parse as an absolute http(s) URL is an error: there is no fallback.

@@ -6,6 +6,7 @@
 #include "TessaryServer/Data/CuratedCatalog.h"
 #include "TessaryServer/Data/DataError.h"
 #include "TessaryServer/Data/DemoMarket.h"
+#include "TessaryServer/Data/DemoMarketKeeper.h"
 #include "TessaryServer/Data/Import.h"
 #include "TessaryServer/Data/MarketDatabase.h"
 #include "TessaryServer/Data/RelatedTickers.h"

@@ -86,8 +86,14 @@ void ServerWorker::run()
     }
     m_market = std::move(*market);
     m_handlers = std::make_unique<MarketHandlers>(*m_market);
+    auto* database = dynamic_cast<MarketDatabase*>(m_market.get());
+    if (database && database->dataSource() == DataSource::simulated && database->demoSeed())
+        m_keeper = std::make_unique<DemoMarketKeeper>(
+            *database, DemoMarketKeeper::defaultInterval, DemoMarketKeeper::LastDay {}, [](const QString& message) {
+                qWarning("tessary-server: the demo market could not be extended: %s", qPrintable(message));
+            });
     // Before the accounts: the health check reports the refresher's state.
-    if (auto* database = dynamic_cast<MarketDatabase*>(m_market.get()); database && m_options.refresh) {
+    if (database && m_options.refresh) {
         auto provider = makePriceProvider(m_options.refresh->provider);
         if (!provider) {
             Q_EMIT failed(provider.error());
@@ -124,6 +130,7 @@ void ServerWorker::run()
 
 void ServerWorker::shutdown()
 {
+    m_keeper.reset();
     m_transport.reset();
     // Before the store it writes to.
     m_refresher.reset();

@@ -13,6 +13,7 @@ namespace tessary::server {
 
 class AccountHandlers;
 class Accounts;
+class DemoMarketKeeper;
 class HealthHandler;
 class HttpTransport;
 class MarketHandlers;
@@ -51,6 +52,7 @@ private:
     ServerOptions m_options;
     std::stop_source m_stop;
     std::unique_ptr<MarketReader> m_market;
+    std::unique_ptr<DemoMarketKeeper> m_keeper;
     std::unique_ptr<MarketHandlers> m_handlers;
     std::unique_ptr<Accounts> m_accounts;
     std::unique_ptr<AccountHandlers> m_accountHandlers;

@@ -126,7 +126,33 @@ void ChartView::relayout()
     placeLabels();
     if (m_pointer)
         pointerMoved(*m_pointer);
+    if (m_forcedHover)
+        applyForcedHover();
     invalidateStatic();
+}
+
+void ChartView::forceHover(std::optional<HoverSpot> spot)
+{
+    m_forcedHover = spot;
+    if (m_forcedHover)
+        applyForcedHover();
+}
+
+void ChartView::applyForcedHover()
+{
+    const QRectF plot = m_mapper.plot();
+    if (plot.width() <= 0 || m_axis.span() <= 0)
+        return;
+    double fraction = 0;
+    if (const QDate* day = std::get_if<QDate>(&*m_forcedHover)) {
+        const QDateTime midnight(*day, QTime(0, 0), QTimeZone::utc());
+        fraction = m_axis.position(static_cast<double>(midnight.toSecsSinceEpoch())) / m_axis.span();
+    } else {
+        fraction = std::get<double>(*m_forcedHover);
+    }
+    // Just inside the plot at either end, so that the first and the last bar can be shown.
+    const double x = std::clamp(plot.left() + fraction * plot.width(), plot.left(), plot.right() - 0.5);
+    pointerMoved(QPointF(x, plot.center().y()));
 }
 
 void ChartView::placeLabels()
@@ -283,6 +309,7 @@ void ChartView::pointerMoved(QPointF position)
 
 void ChartView::mouseMoveEvent(QMouseEvent* event)
 {
+    m_forcedHover.reset();
     pointerMoved(event->position());
 }
 
@@ -313,6 +340,8 @@ void ChartView::leaveEvent(QEvent* event)
     m_focus->setChartHovering(false);
     if (m_focus->hoverFromChart())
         m_focus->setHovered(std::nullopt);
+    if (m_forcedHover)
+        applyForcedHover();
     update();
 }
 

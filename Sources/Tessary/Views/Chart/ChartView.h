@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <optional>
+#include <variant>
 #include <vector>
 
 #include "ChartMapper.h"
@@ -55,6 +56,12 @@ public:
     // pointer move.
     int staticLayerBuilds() const { return m_staticBuilds; }
 
+    // A hover without a pointer, for pictures: the crosshair and the readout stand on a day
+    // (its nearest bar) or at a fraction of the plot's width, through new data and resizes,
+    // until the pointer moves over the chart.
+    using HoverSpot = std::variant<QDate, double>;
+    void forceHover(std::optional<HoverSpot> spot);
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -81,6 +88,7 @@ private:
     void rebuildStatic();
     void placeLabels();
     void pointerMoved(QPointF position);
+    void applyForcedHover();
     std::optional<std::size_t> lineNear(QPointF position) const;
     bool isHighlighted(std::size_t series) const;
     QString readoutHeader() const;
@@ -105,6 +113,7 @@ private:
     int m_staticBuilds = 0;
 
     std::optional<QPointF> m_pointer;
+    std::optional<HoverSpot> m_forcedHover;
     qsizetype m_readoutIndex = -1;
     ChartReadout m_readout;
 };

@@ -10,6 +10,7 @@
 
 #include "ChartScale.h"
 #include "Tessary/Model/Comparison.h"
+#include "Tessary/Model/DateLabel.h"
 #include "TessaryWire/MarketTime.h"
 
 namespace tessary {
@@ -108,10 +109,10 @@ QString labelOf(TickUnit unit, bool major, const CalendarParts& parts, const QLo
 {
     QString format;
     if (isSubDay(unit))
-        format = major ? QStringLiteral("ddd, MMM d")
-                       : (parts.minute == 0 ? QStringLiteral("h AP") : QStringLiteral("h:mm AP"));
+        format = major ? QStringLiteral("ddd, ") + DateLabel::monthDayFormat(locale)
+                       : DateLabel::hourFormat(parts.minute != 0, locale);
     else if (unit == TickUnit::day || unit == TickUnit::week)
-        format = QStringLiteral("MMM d");
+        format = DateLabel::monthDayFormat(locale);
     else if (unit == TickUnit::month || unit == TickUnit::quarter)
         format = major ? QStringLiteral("yyyy") : QStringLiteral("MMM");
     else
@@ -229,7 +230,7 @@ QFont TimeAxis::tickFont(bool major)
 
 std::vector<TimeAxis::Tick> TimeAxis::ticks(double width, double spacing) const
 {
-    return ticks(width, spacing, QGuiApplication::font(), QLocale());
+    return ticks(width, spacing, QGuiApplication::font(), MarketTime::displayLocale());
 }
 
 std::vector<TimeAxis::Tick> TimeAxis::ticks(

@@ -1,6 +1,7 @@
 #pragma once
 
 // Adding tickers, related suggestions and the quick jump.
+#include "BenchmarkField.h"
 #include "InputCommands.h"
 #include "JumpScore.h"
 #include "QuickJump.h"

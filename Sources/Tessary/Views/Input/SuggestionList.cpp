@@ -30,6 +30,27 @@ void SuggestionList::setRows(std::vector<Row> rows)
     update();
 }
 
+void SuggestionList::setSuggestions(const std::vector<TickerInfo>& suggestions, const ComparisonList* list)
+{
+    std::vector<Row> rows;
+    rows.reserve(suggestions.size());
+    for (const TickerInfo& info : suggestions) {
+        auto mark = Mark::none;
+        if (list && info.symbol == list->benchmark)
+            mark = Mark::benchmark;
+        else if (list && list->tickers.contains(info.symbol))
+            mark = Mark::alreadyInList;
+        rows.push_back({ info, mark });
+    }
+    setRows(std::move(rows));
+}
+
+int SuggestionList::highlightAfter(int key) const
+{
+    const int last = static_cast<int>(m_rows.size()) - 1;
+    return key == Qt::Key_Down ? std::min(m_highlight + 1, last) : std::max(m_highlight - 1, 0);
+}
+
 void SuggestionList::setHighlight(int row)
 {
     if (m_highlight == row)
@@ -52,6 +73,24 @@ int SuggestionList::symbolWidth() const
 QRect SuggestionList::rowRect(int row) const
 {
     return QRect(1, 1 + row * rowHeight(), width() - 2, rowHeight());
+}
+
+void SuggestionList::showBelow(QWidget& field, bool show)
+{
+    if (!show || !field.isVisible()) {
+        hide();
+        return;
+    }
+    QWidget* host = field.window();
+    if (parentWidget() != host)
+        setParent(host);
+    const QPoint topLeft = field.mapTo(host, QPoint(0, field.height() + 2));
+    // A narrow field still shows whole names; the rows keep inside the window.
+    const int width = std::max(field.width(), sizeHint().width());
+    const int left = std::clamp(topLeft.x(), 0, std::max(0, host->width() - width));
+    setGeometry(QRect(QPoint(left, topLeft.y()), QSize(width, sizeHint().height())));
+    this->show();
+    raise();
 }
 
 QSize SuggestionList::sizeHint() const

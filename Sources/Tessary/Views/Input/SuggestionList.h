@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Tessary/Model/ComparisonList.h"
 #include "TessaryWire/WireRecords.h"
 
 #include <QWidget>
@@ -23,11 +24,18 @@ public:
     explicit SuggestionList(QWidget* parent = nullptr);
 
     void setRows(std::vector<Row> rows);
+    // Rows for these suggestions, marked against the list they would go into (none: no marks).
+    void setSuggestions(const std::vector<TickerInfo>& suggestions, const ComparisonList* list);
+    // The highlight after an Up or Down key, kept within the rows.
+    int highlightAfter(int key) const;
     const std::vector<Row>& rows() const { return m_rows; }
     void setHighlight(int row);
     int highlight() const { return m_highlight; }
     QRect rowRect(int row) const;
     QSize sizeHint() const override;
+    // Shows the rows floating under `field`, over whatever lies below it, instead of pushing
+    // the chart down; or hides them.
+    void showBelow(QWidget& field, bool show);
 
 Q_SIGNALS:
     void clicked(int row);

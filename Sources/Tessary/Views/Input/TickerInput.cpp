@@ -120,36 +120,14 @@ void TickerInput::refreshSuggestions()
     const QStringView token = lastTickerToken(m_field->text());
     m_suggestions = token.isEmpty() ? std::vector<TickerInfo> {} : m_store.suggestions(token, {}, suggestionLimit);
     const ComparisonList* list = m_store.selectedList();
-    std::vector<SuggestionList::Row> rows;
-    rows.reserve(m_suggestions.size());
-    for (const TickerInfo& info : m_suggestions) {
-        auto mark = SuggestionList::Mark::none;
-        if (list && info.symbol == list->benchmark)
-            mark = SuggestionList::Mark::benchmark;
-        else if (list && list->tickers.contains(info.symbol))
-            mark = SuggestionList::Mark::alreadyInList;
-        rows.push_back({ info, mark });
-    }
-    m_list->setRows(std::move(rows));
+    m_list->setSuggestions(m_suggestions, list);
     m_list->setHighlight(m_highlight);
     placeList();
 }
 
 void TickerInput::placeList()
 {
-    const bool show = !m_suggestions.empty() && m_field->hasFocus() && isVisible();
-    if (!show) {
-        m_list->hide();
-        return;
-    }
-    // The rows float over whatever lies below the field instead of pushing the chart down.
-    QWidget* host = window();
-    if (m_list->parentWidget() != host)
-        m_list->setParent(host);
-    const QPoint topLeft = m_field->mapTo(host, QPoint(0, m_field->height() + 2));
-    m_list->setGeometry(QRect(topLeft, QSize(m_field->width(), m_list->sizeHint().height())));
-    m_list->show();
-    m_list->raise();
+    m_list->showBelow(*m_field, !m_suggestions.empty() && m_field->hasFocus() && isVisible());
 }
 
 bool TickerInput::eventFilter(QObject* watched, QEvent* event)
@@ -189,8 +167,7 @@ bool TickerInput::handleKey(QKeyEvent* event)
         // Arrows belong to the rows only while the field has the keyboard and no command is meant.
         if (!m_field->hasFocus() || m_suggestions.empty() || holdsCommandModifier(*event))
             return false;
-        const int last = static_cast<int>(m_suggestions.size()) - 1;
-        m_highlight = event->key() == Qt::Key_Down ? std::min(m_highlight + 1, last) : std::max(m_highlight - 1, 0);
+        m_highlight = m_list->highlightAfter(event->key());
         m_list->setHighlight(m_highlight);
         return true;
     }

@@ -160,9 +160,10 @@ void ChartArea::rebuildCuratedShortcuts()
     }
 }
 
-void ChartArea::setServiceProgress(const QString& text, int percent)
+void ChartArea::setServiceProgress(const QString& stage, int percent)
 {
-    m_serviceProgress = text;
+    m_servicePreparing = true;
+    m_serviceStage = stage;
     m_servicePercent = percent;
     refresh();
 }
@@ -208,8 +209,9 @@ void ChartArea::refresh()
         if (!m_serviceFailure.isEmpty()) {
             showMessage(State::error, loadFailedTitle, m_serviceFailure);
         } else if (m_store.isLoading() || !m_store.isServiceConnected()) {
-            const bool preparing = !m_store.isServiceConnected() && !m_serviceProgress.isEmpty();
-            showMessage(State::loading, preparing ? m_serviceProgress : loadingText, QString());
+            const bool preparing = !m_store.isServiceConnected() && m_servicePreparing;
+            showMessage(State::loading, preparing ? preparingText.toString() : loadingText,
+                preparing ? m_serviceStage : QString());
             m_progress->setRange(0, preparing && m_servicePercent >= 0 ? 100 : 0);
             m_progress->setValue(std::max(0, m_servicePercent));
         } else if (error) {

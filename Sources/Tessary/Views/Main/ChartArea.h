@@ -28,8 +28,10 @@ public:
     QString detail() const;
     QPushButton* lateStartButton() const { return m_lateStart; }
     QLabel* noticeLabel() const { return m_notice; }
-    // Progress of the service itself (the embedded demo market being prepared).
-    void setServiceProgress(const QString& text, int percent);
+    static constexpr QStringView preparingText = u"Preparing the demo market…";
+    // Progress of the embedded service while it prepares the demo market: any list opened
+    // meanwhile, curated ones included, says so (with the stage under it) instead of failing.
+    void setServiceProgress(const QString& stage, int percent);
     // The service could not start: nothing will load, so say why instead of waiting.
     void setServiceFailure(const QString& message);
 
@@ -52,7 +54,8 @@ private:
     QLabel* m_notice = nullptr;
     QPushButton* m_lateStart = nullptr;
     QString m_lateStartDay;
-    QString m_serviceProgress;
+    QString m_serviceStage;
+    bool m_servicePreparing = false;
     int m_servicePercent = -1;
     QString m_serviceFailure;
 };

@@ -1,5 +1,7 @@
 #include "LegendBar.h"
 
+#include "LegendOverflow.h"
+
 #include "Tessary/Views/Common/FlowLayout.h"
 #include "Tessary/Views/Common/TickerActions.h"
 
@@ -18,10 +20,14 @@ namespace tessary {
 namespace {
 
 const QString resetText = QStringLiteral("Reset");
+const QString moreText = QStringLiteral("+%1 more");
+constexpr int chipGap = 4;
 constexpr int justAddedMilliseconds = 4000;
 constexpr auto tickerProperty = "ticker";
 
-QIcon dot(const QColor& color)
+} // namespace
+
+QIcon LegendBar::dot(const QColor& color)
 {
     QPixmap pixmap(20, 20);
     pixmap.fill(Qt::transparent);
@@ -33,15 +39,13 @@ QIcon dot(const QColor& color)
     return QIcon(pixmap);
 }
 
-} // namespace
-
 LegendBar::LegendBar(Store& store, ChartFocus& focus, QWidget* parent)
     : QWidget(parent)
     , m_store(store)
     , m_focus(focus)
 {
     setObjectName(QStringLiteral("legend"));
-    m_flow = new FlowLayout(this, 4);
+    m_flow = new FlowLayout(this, chipGap);
     connect(&m_store, &Store::comparisonChanged, this, &LegendBar::rebuild);
     connect(&m_store, &Store::justAddedChanged, this, &LegendBar::refreshStates);
     connect(&m_focus, &ChartFocus::pinnedChanged, this, &LegendBar::refreshStates);
@@ -56,7 +60,9 @@ void LegendBar::rebuild()
         delete item;
     }
     m_chips.clear();
+    m_ordered.clear();
     m_reset = nullptr;
+    m_more = nullptr;
     const auto& comparison = m_store.comparison();
     if (!comparison)
         return;
@@ -81,8 +87,15 @@ void LegendBar::rebuild()
             menu->popup(chip->mapToGlobal(at));
         });
         m_chips.insert(ticker, chip);
+        m_ordered.append(chip);
         m_flow->addWidget(chip);
     }
+    m_more = new QToolButton(this);
+    m_more->setObjectName(QStringLiteral("legendMore"));
+    m_more->setAutoRaise(true);
+    m_more->setCursor(Qt::PointingHandCursor);
+    connect(m_more, &QToolButton::clicked, this, &LegendBar::openOverflow);
+    m_flow->addWidget(m_more);
     m_reset = new QToolButton(this);
     m_reset->setText(resetText);
     m_reset->setToolTip(ChartFocus::clearHighlightsText.toString());
@@ -90,6 +103,7 @@ void LegendBar::rebuild()
     connect(m_reset, &QToolButton::clicked, &m_focus, &ChartFocus::clearPinned);
     m_flow->addWidget(m_reset);
     refreshStates();
+    fitRows();
 
     if (!m_store.justAdded().isEmpty())
         QTimer::singleShot(justAddedMilliseconds, &m_store, &Store::clearJustAdded);
@@ -120,8 +134,65 @@ void LegendBar::refreshStates()
                 ? QStringLiteral("QToolButton { border: 1px solid palette(highlight); border-radius: 6px; }")
                 : QString());
     }
-    if (m_reset)
+    if (m_reset && m_reset->isHidden() != m_focus.pinned().isEmpty()) {
         m_reset->setVisible(!m_focus.pinned().isEmpty());
+        fitRows();
+    }
+}
+
+void LegendBar::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    fitRows();
+}
+
+void LegendBar::fitRows()
+{
+    if (!m_more)
+        return;
+    // Lays the chips out as the flow layout would, keeping the end of the last row free for
+    // the "+N more" chip and Reset; the first chip that would need a third row ends the run.
+    const int right = std::max(width(), 1);
+    // Measured with the most it could ever say, so that the chip fits whatever it ends up saying.
+    m_more->setText(moreText.arg(m_ordered.size()));
+    const int resetWidth = m_reset->isHidden() ? 0 : m_reset->sizeHint().width() + chipGap;
+    const int tail = m_more->sizeHint().width() + chipGap + resetWidth;
+    // One pass: `shown` counts the chips after which the tail still fits, `all` tells whether
+    // every chip fits with only Reset after it.
+    qsizetype shown = 0;
+    int x = 0;
+    int row = 1;
+    for (const QToolButton* chip : std::as_const(m_ordered)) {
+        const int w = chip->sizeHint().width();
+        if (x > 0 && x + w > right) {
+            x = 0;
+            ++row;
+        }
+        if (row > maxRows)
+            break;
+        x += w + chipGap;
+        if (x + tail <= right + chipGap || row < maxRows)
+            ++shown;
+    }
+    const bool all = row <= maxRows && (resetWidth == 0 || x + resetWidth <= right + chipGap || row < maxRows);
+    if (all)
+        shown = m_ordered.size();
+    for (qsizetype i = 0; i < m_ordered.size(); ++i)
+        m_ordered[i]->setVisible(i < shown);
+    const qsizetype hidden = m_ordered.size() - shown;
+    m_more->setText(moreText.arg(hidden));
+    m_more->setVisible(hidden > 0);
+}
+
+void LegendBar::openOverflow()
+{
+    const auto& comparison = m_store.comparison();
+    if (!comparison)
+        return;
+    auto* popup = new LegendOverflow(*comparison, m_focus, this);
+    const QPoint below = m_more->mapToGlobal(QPoint(0, m_more->height()));
+    popup->move(below);
+    popup->show();
 }
 
 bool LegendBar::eventFilter(QObject* watched, QEvent* event)

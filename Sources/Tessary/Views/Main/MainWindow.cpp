@@ -45,6 +45,7 @@ const QString providerPrefix = QStringLiteral("Prices from ");
 const QString refreshedPrefix = QStringLiteral(", refreshed ");
 const QString starterTipText = QStringLiteral("We added a few starter tickers");
 constexpr int starterTipMilliseconds = 20'000;
+constexpr int chartShare = 1000;
 const QString newWidgetText = QStringLiteral("New Floating Widget");
 const QString showWidgetsText = QStringLiteral("Show Widgets from Any App");
 
@@ -89,7 +90,7 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
     auto* content = new QWidget(splitter);
     auto* layout = new QVBoxLayout(content);
     layout->setContentsMargins(16, 12, 16, 12);
-    layout->setSpacing(10);
+    layout->setSpacing(6);
     layout->addWidget(buildHeader());
     m_tickerInput = new TickerInput(store, content);
     layout->addWidget(m_tickerInput);
@@ -105,8 +106,11 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
     m_rankings = new RankingsPanel(store, *m_focus, store.preferences(), stack);
     stack->addWidget(m_chartArea);
     stack->addWidget(m_rankings);
-    stack->setStretchFactor(0, 1);
+    // The chart is what the window is for: it takes four fifths of the height the two share,
+    // however many rows a full list's rankings would like; the user moves the border for more.
+    stack->setStretchFactor(0, 4);
     stack->setStretchFactor(1, 1);
+    stack->setSizes({ 4 * chartShare, chartShare });
     layout->addWidget(stack, 1);
 
     splitter->addWidget(m_sidebar);
@@ -248,6 +252,7 @@ QWidget* MainWindow::buildHeader()
     m_statusLine->setForegroundRole(QPalette::PlaceholderText);
     titles->addWidget(m_statusLine);
     layout->addLayout(titles, 1);
+    layout->addWidget(new BenchmarkField(m_store, header), 0, Qt::AlignTop);
 
     m_dataSourceBadge = new QLabel(simulatedText, header);
     m_dataSourceBadge->setObjectName(QStringLiteral("dataSourceBadge"));

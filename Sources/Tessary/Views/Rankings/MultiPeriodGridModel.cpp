@@ -1,5 +1,7 @@
 #include "MultiPeriodGridModel.h"
 
+#include "RankingHeader.h"
+
 #include "Tessary/Model/Format.h"
 #include "Tessary/Model/Palette.h"
 
@@ -9,6 +11,7 @@ namespace {
 
 const QString tickerHeading = QStringLiteral("Ticker");
 const QString averageHeading = QStringLiteral("Avg rank");
+const QString averageShortHeading = QStringLiteral("Avg");
 const QString beatHeading = QStringLiteral("Beat");
 const QString ofText = QStringLiteral(" of ");
 
@@ -171,6 +174,13 @@ QVariant MultiPeriodGridModel::headerData(int section, Qt::Orientation orientati
     if (role == Qt::ToolTipRole) {
         if (key.kind == GridSortKey::Kind::averageRank || key.kind == GridSortKey::Kind::beats)
             return helpText.toString();
+        return {};
+    }
+    if (role == RankingHeader::shortHeadingRole) {
+        if (key.kind == GridSortKey::Kind::averageRank)
+            return averageShortHeading.toUpper();
+        if (key.kind == GridSortKey::Kind::beats)
+            return beatHeading.toUpper();
         return {};
     }
     if (role != Qt::DisplayRole)

@@ -86,9 +86,37 @@ void RankingHeader::paintSection(QPainter* painter, const QRect& rect, int logic
         area.setRight(area.right() - width - chevronGap);
     }
     painter->setFont(font);
+    const QFontMetrics metrics(font);
+    QString shown = heading;
+    if (metrics.horizontalAdvance(heading) > area.width()) {
+        const QString shortened = model()->headerData(logicalIndex, orientation(), shortHeadingRole).toString();
+        if (!shortened.isEmpty())
+            shown = shortened;
+    }
     painter->drawText(area, Qt::AlignVCenter | (logicalIndex == 0 ? Qt::AlignLeft : Qt::AlignRight),
-        QFontMetrics(font).elidedText(heading, Qt::ElideRight, area.width()));
+        metrics.elidedText(shown, Qt::ElideRight, area.width()));
     painter->restore();
+}
+
+int RankingHeader::headingWidth(int logicalIndex, bool shortened) const
+{
+    if (!model())
+        return 0;
+    QString heading = model()->headerData(logicalIndex, orientation(), Qt::DisplayRole).toString();
+    if (shortened) {
+        const QString shorter = model()->headerData(logicalIndex, orientation(), shortHeadingRole).toString();
+        if (!shorter.isEmpty())
+            heading = shorter;
+    }
+    QFont small = font();
+    small.setPointSizeF(chevronPoints);
+    small.setBold(true);
+    const QFontMetrics smallMetrics(small);
+    // Room for the chevron always, so that sorting by a column does not cut its heading.
+    int marks = smallMetrics.horizontalAdvance(chevron(false)) + chevronGap;
+    if (model()->headerData(logicalIndex, orientation(), Qt::ToolTipRole).isValid())
+        marks += smallMetrics.height() + chevronGap;
+    return QFontMetrics(headingFont(font())).horizontalAdvance(heading) + 2 * sideInset + marks + 1;
 }
 
 QSize RankingHeader::sectionSizeFromContents(int logicalIndex) const

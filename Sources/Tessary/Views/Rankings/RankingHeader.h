@@ -11,7 +11,13 @@ class RankingHeader : public QHeaderView {
     Q_OBJECT
 
 public:
+    // A shorter heading (header data in this role) shown when the whole one does not fit.
+    static constexpr int shortHeadingRole = Qt::UserRole + 64;
+
     explicit RankingHeader(QWidget* parent = nullptr);
+
+    // The width a section needs for its heading with its marks, whole or shortened.
+    int headingWidth(int logicalIndex, bool shortened) const;
 
     void setSortState(int section, bool ascending);
     int sortSection() const { return m_section; }

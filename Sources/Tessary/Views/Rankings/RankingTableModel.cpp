@@ -1,5 +1,7 @@
 #include "RankingTableModel.h"
 
+#include "RankingHeader.h"
+
 #include "Tessary/Model/Format.h"
 #include "Tessary/Model/Palette.h"
 #include "TessaryWire/MarketTime.h"
@@ -7,6 +9,8 @@
 namespace tessary {
 
 namespace {
+
+const QString volatilityShortHeading = QStringLiteral("VOL");
 
 const QString incompleteStarts = QStringLiteral("'s data starts on");
 const QString incompleteEnd
@@ -162,6 +166,8 @@ QVariant RankingTableModel::headerData(int section, Qt::Orientation orientation,
     }
     case Qt::InitialSortOrderRole:
         return firstClickAscending(column) ? Qt::AscendingOrder : Qt::DescendingOrder;
+    case RankingHeader::shortHeadingRole:
+        return column == Column::volatility ? volatilityShortHeading : QVariant();
     default:
         return {};
     }
