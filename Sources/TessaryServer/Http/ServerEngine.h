@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConnectionGuard.h"
 #include "TessaryServer/Data/DataError.h"
 #include "TessaryServer/MarketReader.h"
 
@@ -34,6 +35,7 @@ struct ServerOptions {
     // Replaces the store in `dataDirectory` (tests serve a market held in memory). Without a
     // data directory the accounts are then held in memory too.
     MarketOpener openMarket;
+    ConnectionLimits limits;
 };
 
 // ~/.local/share/Tessary/server (honouring XDG_DATA_HOME).

@@ -70,7 +70,8 @@ void ServerWorker::run()
     m_transport = std::make_unique<HttpTransport>(
         [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get()](const HttpRequest& request) {
             return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
-        });
+        },
+        m_options.limits);
     const auto port = m_transport->start(*address, m_options.port);
     if (!port) {
         Q_EMIT failed(port.error().description());
