@@ -56,6 +56,10 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     m_requests.append(recorded);
 
     const ScriptedReply reply = m_replies.value(recorded.path, ScriptedReply { 404, {}, {} });
+    if (reply.cutOffHalfway || reply.bytesPerSecond > 0) {
+        answerRaw(socket, reply);
+        return true;
+    }
     auto responder = std::make_unique<QHttpServerResponder>(makeResponder(request, socket));
     if (reply.neverAnswer) {
         m_pending.push_back(std::move(responder));
@@ -79,6 +83,28 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
 
 void FixtureServer::missingHandler(const QHttpServerRequest&, QTcpSocket*)
 {
+}
+
+void FixtureServer::answerRaw(QTcpSocket* socket, const ScriptedReply& reply)
+{
+    const QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + " Scripted\r\nContent-Type: "
+        + reply.contentType + "\r\nContent-Length: " + QByteArray::number(reply.body.size()) + "\r\n\r\n";
+    if (reply.cutOffHalfway) {
+        socket->write(head + reply.body.first(reply.body.size() / 2));
+        socket->flush();
+        socket->abort();
+        return;
+    }
+    // A byte every tick, until the client gives up and the socket (the timer's parent) goes.
+    auto* ticker = new QTimer(socket);
+    auto remaining = std::make_shared<QByteArray>(head + reply.body);
+    connect(ticker, &QTimer::timeout, socket, [socket, ticker, remaining] {
+        socket->write(remaining->first(1));
+        remaining->remove(0, 1);
+        if (remaining->isEmpty())
+            ticker->stop();
+    });
+    ticker->start(1000 / reply.bytesPerSecond);
 }
 
 void FixtureServer::answer(QHttpServerResponder& responder, const ScriptedReply& reply)

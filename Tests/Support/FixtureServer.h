@@ -33,9 +33,25 @@ struct ScriptedReply {
     QByteArray contentType = "application/json";
     std::chrono::milliseconds delay { 0 };
     bool neverAnswer = false; // keep the connection open and silent
+    // Hang up after the head and half of the announced body.
+    bool cutOffHalfway = false;
+    // Send the whole reply this many bytes a second (0: at once).
+    int bytesPerSecond = 0;
 
     static ScriptedReply json(QByteArray body, int status = 200) { return ScriptedReply { status, std::move(body) }; }
     static ScriptedReply silent() { return ScriptedReply { 200, {}, {}, std::chrono::milliseconds(0), true }; }
+    static ScriptedReply cutOff(QByteArray body)
+    {
+        ScriptedReply reply = json(std::move(body));
+        reply.cutOffHalfway = true;
+        return reply;
+    }
+    static ScriptedReply trickled(QByteArray body, int bytesPerSecond)
+    {
+        ScriptedReply reply = json(std::move(body));
+        reply.bytesPerSecond = bytesPerSecond;
+        return reply;
+    }
 };
 
 // A real HTTP server on 127.0.0.1 at an ephemeral port for client tests: it records every
@@ -58,6 +74,8 @@ protected:
 
 private:
     static void answer(QHttpServerResponder& responder, const ScriptedReply& reply);
+    // Writes the reply on the socket itself, for the deliveries a responder cannot make.
+    static void answerRaw(QTcpSocket* socket, const ScriptedReply& reply);
 
     QUrl m_baseUrl;
     QHash<QString, ScriptedReply> m_replies;
