@@ -5,7 +5,9 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 namespace tessary {
 
@@ -38,8 +40,18 @@ public:
     bool widgetShortcutTipSeen() const;
     void setWidgetShortcutTipSeen();
 
+    // The last failed write, until one succeeds; `changed` is called whenever it changes.
+    const std::optional<QString>& saveError() const { return m_saveError; }
+    void onSaveErrorChanged(std::function<void()> changed) { m_saveErrorChanged = std::move(changed); }
+
 private:
+    std::unique_ptr<QSettings> open() const;
+    void set(const QString& key, const QVariant& value);
+
+    QString m_iniFile; // empty: the platform's store
     std::unique_ptr<QSettings> m_settings;
+    std::optional<QString> m_saveError;
+    std::function<void()> m_saveErrorChanged;
 };
 
 } // namespace tessary
