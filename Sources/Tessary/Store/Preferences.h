@@ -12,7 +12,8 @@
 namespace tessary {
 
 // The user's preferences, under the key names the rest of the app and its documentation use.
-// Every setter writes through at once; nothing is kept only in memory.
+// Every setter writes through at once; a write the disk refuses is reported (`saveError`)
+// and made again with the next change.
 class Preferences {
 public:
     // The platform's per-user store.
