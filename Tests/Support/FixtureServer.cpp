@@ -57,6 +57,10 @@ bool FixtureServer::handleRequest(const QHttpServerRequest& request, QTcpSocket*
     m_requests.append(recorded);
 
     const ScriptedReply reply = replyFor(recorded);
+    if (reply.bytesPerSecond > 0) {
+        trickle(socket, reply);
+        return true;
+    }
     auto responder = std::make_unique<QHttpServerResponder>(makeResponder(request, socket));
     if (reply.neverAnswer) {
         m_pending.push_back(std::move(responder));
@@ -105,6 +109,28 @@ void FixtureServer::finish()
 
 void FixtureServer::missingHandler(const QHttpServerRequest&, QTcpSocket*)
 {
+}
+
+void FixtureServer::trickle(QTcpSocket* socket, const ScriptedReply& reply)
+{
+    const QByteArray head = "HTTP/1.1 " + QByteArray::number(reply.status) + " Scripted\r\nContent-Type: "
+        + reply.contentType + "\r\nContent-Length: " + QByteArray::number(reply.body.size()) + "\r\n\r\n";
+    // A byte every tick, until the client gives up and the socket (the timer's parent) goes.
+    auto* ticker = new QTimer(socket);
+    auto remaining = std::make_shared<QByteArray>(head + reply.body);
+    connect(ticker, &QTimer::timeout, socket, [this, socket, ticker, remaining] {
+        socket->write(remaining->first(1));
+        remaining->remove(0, 1);
+        if (remaining->isEmpty()) {
+            ticker->stop();
+            finish();
+        }
+    });
+    connect(socket, &QObject::destroyed, this, [this, remaining] {
+        if (!remaining->isEmpty())
+            finish();
+    });
+    ticker->start(1000 / reply.bytesPerSecond);
 }
 
 void FixtureServer::answer(QHttpServerResponder& responder, const ScriptedReply& reply, QTcpSocket* socket)

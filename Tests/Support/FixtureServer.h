@@ -37,9 +37,23 @@ struct ScriptedReply {
     bool neverAnswer = false; // keep the connection open and silent
     QList<QPair<QByteArray, QByteArray>> headers; // beyond Content-Type and Content-Length
     bool truncate = false; // promise the whole body, send half of it, hang up
+    // Send the whole reply this many bytes a second (0: at once).
+    int bytesPerSecond = 0;
 
     static ScriptedReply json(QByteArray body, int status = 200) { return ScriptedReply { status, std::move(body) }; }
     static ScriptedReply silent() { return ScriptedReply { 200, {}, {}, std::chrono::milliseconds(0), true }; }
+    static ScriptedReply cutOff(QByteArray body)
+    {
+        ScriptedReply reply = json(std::move(body));
+        reply.truncate = true;
+        return reply;
+    }
+    static ScriptedReply trickled(QByteArray body, int bytesPerSecond)
+    {
+        ScriptedReply reply = json(std::move(body));
+        reply.bytesPerSecond = bytesPerSecond;
+        return reply;
+    }
 };
 
 // A real HTTP server on 127.0.0.1 at an ephemeral port for client tests: it records every
@@ -75,6 +89,8 @@ protected:
 
 private:
     void answer(QHttpServerResponder& responder, const ScriptedReply& reply, QTcpSocket* socket);
+    // Writes the reply on the socket itself, a few bytes at a time, which a responder cannot.
+    void trickle(QTcpSocket* socket, const ScriptedReply& reply);
     void finish();
     ScriptedReply replyFor(const RecordedRequest& request);
 

@@ -248,8 +248,13 @@ void AccountService::persist()
 {
     if (!m_token)
         return;
-    if (const auto written = Credentials { *m_token, m_email }.write(credentialsFile()); !written)
+    const auto written = Credentials { *m_token, m_email }.write(credentialsFile());
+    if (!written)
         setLastError(written.error().description());
+    // Saved at last (the disk has room again): the line about the failed write goes.
+    else if (m_lastError == m_failedWrite)
+        setLastError(std::nullopt);
+    m_failedWrite = written ? std::nullopt : std::optional(written.error().description());
 }
 
 void AccountService::setStatus(Status status)

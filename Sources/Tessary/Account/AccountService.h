@@ -106,6 +106,7 @@ private:
     Status m_status = Status::signedOut;
     std::optional<QString> m_email;
     std::optional<QString> m_lastError;
+    std::optional<QString> m_failedWrite; // the error of the last failed write of the token file
     std::optional<QString> m_token;
     std::optional<QUrl> m_connectUrl;
     QPointer<LoopbackServer> m_loopback;

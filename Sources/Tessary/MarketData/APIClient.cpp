@@ -2,6 +2,7 @@
 
 #include "Tessary/Shell/NetworkReply.h"
 
+#include "ReplyBounds.h"
 #include "TickerInfos.h"
 #include "WireDecoding.h"
 
@@ -53,11 +54,15 @@ QCoro::Task<MarketDataResult<ReplyBody>> send(
     if (!network)
         network = sharedNetwork();
     const OwnedReply reply(network->get(request));
+    const auto* bounds
+        = new ReplyBounds(reply.get(), std::chrono::milliseconds(request.transferTimeout()), APIClient::largestBody);
     cancellation.attach(reply.get());
     co_await reply.get();
     cancellation.detach();
     if (cancellation.isCancelled())
         co_return std::unexpected(RequestCancelled {});
+    if (bounds->cutOff())
+        co_return std::unexpected(*bounds->cutOff());
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (status.isValid()) {

@@ -34,12 +34,15 @@ public:
     // A list holds at most 200 tickers; the benchmark rides along as the 201st.
     static constexpr qsizetype maxSymbols = 201;
     static constexpr QLatin1StringView userAgent { "Tessary-Mac/0.2" };
+    // Well above the largest real reply (201 tickers of daily bars over five years, ~14 MB).
+    static constexpr qint64 largestBody = 32 * 1024 * 1024;
 
     explicit APIClient(QUrl baseURL, QNetworkAccessManager* network = nullptr);
 
     const QUrl& baseURL() const { return m_baseURL; }
     std::chrono::milliseconds timeout() const { return m_timeout; }
-    // Idle time after which a request fails; tests shorten it.
+    // Time after which a request fails, whether the server is silent or only slow; tests
+    // shorten it.
     void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
 
     // The universe, one record per symbol.

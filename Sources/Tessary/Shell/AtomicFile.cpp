@@ -21,7 +21,10 @@ std::expected<void, FileError> writeFileAtomically(
         file.cancelWriting();
         return std::unexpected(FileError { path, QStringLiteral("could not restrict its permissions") });
     }
-    if (file.write(bytes) != bytes.size()) {
+    // The write only fills QSaveFile's buffer; the disk is reached when it is flushed, and
+    // Qt 6.4's commit() does not notice a failed flush (a full disk would leave an empty file
+    // renamed over the old one). Flushing here catches it while the old file is untouched.
+    if (file.write(bytes) != bytes.size() || !file.flush()) {
         const QString reason = file.errorString();
         file.cancelWriting();
         return std::unexpected(FileError { path, reason });

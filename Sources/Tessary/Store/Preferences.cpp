@@ -10,16 +10,46 @@ const QString floatingWidgetsKey = QStringLiteral("floatingWidgets");
 const QString widgetShortcutTipSeenKey = QStringLiteral("widgetShortcutTipSeen");
 const QString tourSeenKey = QStringLiteral("tourSeen");
 const QString checksForUpdatesKey = QStringLiteral("checkForUpdatesAutomatically");
+const QString saveErrorText = QStringLiteral("Couldn't save your preferences: %1 could not be written.");
 } // namespace
 
 Preferences::Preferences()
-    : m_settings(std::make_unique<QSettings>())
+    : m_settings(open())
 {
 }
 
 Preferences::Preferences(const QString& iniFile)
-    : m_settings(std::make_unique<QSettings>(iniFile, QSettings::IniFormat))
+    : m_iniFile(iniFile)
+    , m_settings(open())
 {
+}
+
+std::unique_ptr<QSettings> Preferences::open() const
+{
+    return m_iniFile.isEmpty() ? std::make_unique<QSettings>()
+                               : std::make_unique<QSettings>(m_iniFile, QSettings::IniFormat);
+}
+
+void Preferences::set(const QString& key, const QVariant& value)
+{
+    if (m_saveError) {
+        // QSettings keeps its first error for good, so after a failed write only a fresh one
+        // can tell whether this one works. It is handed every value, the unsaved ones too.
+        auto fresh = open();
+        for (const QString& name : m_settings->allKeys())
+            fresh->setValue(name, m_settings->value(name));
+        m_settings = std::move(fresh);
+    }
+    m_settings->setValue(key, value);
+    m_settings->sync();
+    std::optional<QString> error;
+    if (m_settings->status() != QSettings::NoError)
+        error = saveErrorText.arg(m_settings->fileName());
+    if (error == m_saveError)
+        return;
+    m_saveError = error;
+    if (m_saveErrorChanged)
+        m_saveErrorChanged();
 }
 
 bool Preferences::logScale() const
@@ -29,8 +59,7 @@ bool Preferences::logScale() const
 
 void Preferences::setLogScale(bool on)
 {
-    m_settings->setValue(logScaleKey, on);
-    m_settings->sync();
+    set(logScaleKey, on);
 }
 
 QHash<QString, QStringList> Preferences::highlights() const
@@ -53,8 +82,7 @@ void Preferences::setHighlights(const QHash<QString, QStringList>& highlights)
         if (!it.value().isEmpty())
             stored.insert(it.key(), it.value());
     }
-    m_settings->setValue(highlightsKey, stored);
-    m_settings->sync();
+    set(highlightsKey, stored);
 }
 
 QString Preferences::multiPeriods() const
@@ -64,8 +92,7 @@ QString Preferences::multiPeriods() const
 
 void Preferences::setMultiPeriods(const QString& encoded)
 {
-    m_settings->setValue(multiPeriodsKey, encoded);
-    m_settings->sync();
+    set(multiPeriodsKey, encoded);
 }
 
 bool Preferences::featureFlag(const QString& key) const
@@ -75,8 +102,7 @@ bool Preferences::featureFlag(const QString& key) const
 
 void Preferences::setFeatureFlag(const QString& key, bool on)
 {
-    m_settings->setValue(key, on);
-    m_settings->sync();
+    set(key, on);
 }
 
 QByteArray Preferences::floatingWidgets() const
@@ -86,8 +112,7 @@ QByteArray Preferences::floatingWidgets() const
 
 void Preferences::setFloatingWidgets(const QByteArray& json)
 {
-    m_settings->setValue(floatingWidgetsKey, QString::fromUtf8(json));
-    m_settings->sync();
+    set(floatingWidgetsKey, QString::fromUtf8(json));
 }
 
 bool Preferences::widgetShortcutTipSeen() const
@@ -97,8 +122,7 @@ bool Preferences::widgetShortcutTipSeen() const
 
 void Preferences::setWidgetShortcutTipSeen()
 {
-    m_settings->setValue(widgetShortcutTipSeenKey, true);
-    m_settings->sync();
+    set(widgetShortcutTipSeenKey, true);
 }
 
 bool Preferences::tourSeen() const

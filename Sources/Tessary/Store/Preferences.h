@@ -5,12 +5,15 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 namespace tessary {
 
 // The user's preferences, under the key names the rest of the app and its documentation use.
-// Every setter writes through at once; nothing is kept only in memory.
+// Every setter writes through at once; a write the disk refuses is reported (`saveError`)
+// and made again with the next change.
 class Preferences {
 public:
     // The platform's per-user store.
@@ -44,8 +47,18 @@ public:
     bool checksForUpdates() const;
     void setChecksForUpdates(bool on);
 
+    // The last failed write, until one succeeds; `changed` is called whenever it changes.
+    const std::optional<QString>& saveError() const { return m_saveError; }
+    void onSaveErrorChanged(std::function<void()> changed) { m_saveErrorChanged = std::move(changed); }
+
 private:
+    std::unique_ptr<QSettings> open() const;
+    void set(const QString& key, const QVariant& value);
+
+    QString m_iniFile; // empty: the platform's store
     std::unique_ptr<QSettings> m_settings;
+    std::optional<QString> m_saveError;
+    std::function<void()> m_saveErrorChanged;
 };
 
 } // namespace tessary

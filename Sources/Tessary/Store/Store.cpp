@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QNetworkAccessManager>
+#include <QPointer>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -56,6 +57,10 @@ Store::Store(Options options, QObject* parent)
     connect(m_lists, &ListStore::changed, this, &Store::listsChanged);
     connect(m_lists, &ListStore::edited, this, &Store::listEdited);
     connect(m_lists, &ListStore::saveErrorChanged, this, &Store::saveErrorChanged);
+    m_preferences->onSaveErrorChanged([self = QPointer(this)] {
+        if (self)
+            Q_EMIT self->saveErrorChanged();
+    });
     connect(m_view, &ViewState::highlightsChanged, this, &Store::highlightsChanged);
     connect(m_view, &ViewState::logScaleChanged, this, &Store::logScaleChanged);
     connect(m_view, &ViewState::justAddedChanged, this, &Store::justAddedChanged);
@@ -70,6 +75,12 @@ Store::Store(Options options, QObject* parent)
 }
 
 Store::~Store() = default;
+
+std::optional<QString> Store::saveError() const
+{
+    // The lists come first: they are the user's work, the preferences only its setting.
+    return m_lists->saveError() ? m_lists->saveError() : m_preferences->saveError();
+}
 
 QString Store::defaultDataDirectory()
 {

@@ -92,8 +92,9 @@ public:
     const std::vector<ComparisonList>& lists() const { return m_lists->lists(); }
     std::vector<ComparisonList> listsByRecency() const { return m_lists->byRecency(); }
     const ComparisonList* list(const QUuid& id) const { return m_lists->find(id); }
-    // The last failed save of the user's lists, shown as one line until a save succeeds.
-    const std::optional<QString>& saveError() const { return m_lists->saveError(); }
+    // The last failed save of the user's lists or preferences, shown as one line until a save
+    // succeeds.
+    std::optional<QString> saveError() const;
 
     const FeaturedCatalog& catalog() const { return m_reference->catalog(); }
     bool acceptCatalogDocument(const QByteArray& document) { return m_reference->acceptCatalogDocument(document); }

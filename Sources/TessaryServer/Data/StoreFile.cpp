@@ -1,6 +1,7 @@
 #include "TessaryServer/Data/StoreFile.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 #include <array>
 #include <sqlite3.h>
@@ -127,6 +128,16 @@ std::expected<void, DataError> runMigrations(sqlite3* connection, int targetVers
     return execute(connection, setVersion.constData());
 }
 
+std::unexpected<DataError> openFailure(const QString& path, const QString& reason)
+{
+    // SQLite only says "unable to open database file" when it cannot create the two files
+    // WAL keeps beside the database; a read-only folder or file is the usual cause.
+    const QFileInfo file(path);
+    if (!QFileInfo(file.absolutePath()).isWritable() || (file.exists() && !file.isWritable()))
+        return failure(QStringLiteral("cannot open %1: it or its folder is read-only (%2)").arg(path, reason));
+    return failure(QStringLiteral("cannot open %1: %2").arg(path, reason));
+}
+
 std::expected<sqlite3*, DataError> openConnection(const QString& path)
 {
     sqlite3* connection = nullptr;
@@ -134,7 +145,7 @@ std::expected<sqlite3*, DataError> openConnection(const QString& path)
     if (sqlite3_open_v2(path.toUtf8().constData(), &connection, flags, nullptr) != SQLITE_OK) {
         const QString reason = QString::fromUtf8(sqlite3_errmsg(connection));
         sqlite3_close(connection);
-        return failure(QStringLiteral("cannot open %1: %2").arg(path, reason));
+        return openFailure(path, reason);
     }
     sqlite3_busy_timeout(connection, 5000);
     // WAL lets a reader (the server) and a writer (an import) work at the same time.
@@ -142,12 +153,12 @@ std::expected<sqlite3*, DataError> openConnection(const QString& path)
         { "PRAGMA journal_mode = WAL", "PRAGMA foreign_keys = ON", "PRAGMA synchronous = NORMAL" }) {
         if (auto done = execute(connection, pragma); !done) {
             sqlite3_close(connection);
-            return failure(QStringLiteral("cannot open %1: %2").arg(path, done.error().message));
+            return openFailure(path, done.error().message);
         }
     }
     if (auto migrated = migrateSchema(connection); !migrated) {
         sqlite3_close(connection);
-        return failure(QStringLiteral("cannot open %1: %2").arg(path, migrated.error().message));
+        return openFailure(path, migrated.error().message);
     }
     return connection;
 }

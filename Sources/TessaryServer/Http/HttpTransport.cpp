@@ -48,9 +48,10 @@ HttpRequest toHttpRequest(const QHttpServerRequest& request)
 
 } // namespace
 
-HttpTransport::HttpTransport(Handler handler, QObject* parent)
+HttpTransport::HttpTransport(Handler handler, ConnectionLimits limits, QObject* parent)
     : QAbstractHttpServer(parent)
     , m_handler(std::move(handler))
+    , m_limits(limits)
 {
 }
 
@@ -61,9 +62,11 @@ QString ListenError::description() const
 
 std::expected<quint16, ListenError> HttpTransport::start(const QHostAddress& address, quint16 port)
 {
-    const quint16 bound = listen(address, port);
-    if (bound == 0)
+    auto guard = std::make_unique<ConnectionGuard>(m_limits);
+    if (!guard->listen(address, port))
         return std::unexpected(ListenError { address.toString(), port });
+    const quint16 bound = guard->serverPort();
+    bind(guard.release()); // now the HTTP server's child
     return bound;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConnectionGuard.h"
 #include "HttpExchange.h"
 
 #include <QAbstractHttpServer>
@@ -26,7 +27,7 @@ class HttpTransport : public QAbstractHttpServer {
 public:
     using Handler = std::function<HttpResponse(const HttpRequest&)>;
 
-    explicit HttpTransport(Handler handler, QObject* parent = nullptr);
+    explicit HttpTransport(Handler handler, ConnectionLimits limits = {}, QObject* parent = nullptr);
 
     // Binds and listens; port 0 picks a free one. Returns the port actually bound.
     std::expected<quint16, ListenError> start(const QHostAddress& address, quint16 port);
@@ -40,6 +41,7 @@ protected:
 
 private:
     Handler m_handler;
+    ConnectionLimits m_limits;
 };
 
 } // namespace tessary::server

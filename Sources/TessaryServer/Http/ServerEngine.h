@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ConnectionGuard.h"
 #include "TessaryServer/Data/DataError.h"
 #include "TessaryServer/Fetch/PriceRefresher.h"
 #include "TessaryServer/MarketReader.h"
@@ -39,6 +40,7 @@ struct ServerOptions {
     MarketOpener openMarket;
     // Refresh the store's imported prices once a day (needs the store, not `openMarket`).
     std::optional<DailyRefresh> refresh;
+    ConnectionLimits limits;
 };
 
 // ~/.local/share/Tessary/server (honouring XDG_DATA_HOME).

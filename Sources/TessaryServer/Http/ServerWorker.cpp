@@ -118,7 +118,8 @@ void ServerWorker::run()
             if (HealthHandler::serves(request.path))
                 return health->handle(request);
             return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
-        });
+        },
+        m_options.limits);
     const auto port = m_transport->start(*address, m_options.port);
     if (!port) {
         Q_EMIT failed(port.error().description());
