@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ContentNegotiation.h"
 #include "TessaryServer/Data/DataError.h"
 #include "TessaryServer/MarketReader.h"
 
@@ -34,6 +35,8 @@ struct ServerOptions {
     // Replaces the store in `dataDirectory` (tests serve a market held in memory). Without a
     // data directory the accounts are then held in memory too.
     MarketOpener openMarket;
+    // zlib level for clients that accept gzip; 0 sends every body as it is.
+    int gzipLevel = ContentNegotiation::defaultGzipLevel;
 };
 
 // ~/.local/share/Tessary/server (honouring XDG_DATA_HOME).

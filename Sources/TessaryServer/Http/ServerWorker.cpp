@@ -68,8 +68,10 @@ void ServerWorker::run()
     m_accountHandlers = std::make_unique<AccountHandlers>(*m_accounts, m_options.signup);
 
     m_transport = std::make_unique<HttpTransport>(
-        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get()](const HttpRequest& request) {
-            return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
+        [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get(),
+            negotiation = ContentNegotiation { m_options.gzipLevel }](const HttpRequest& request) {
+            return negotiation.apply(request,
+                AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request));
         });
     const auto port = m_transport->start(*address, m_options.port);
     if (!port) {
