@@ -105,6 +105,7 @@ BENCHMARK(staticLayer)
     ->Args({ 1, 0 })
     ->Args({ 1, 3 })
     ->Args({ 2, 0 })
+    ->Args({ 2, 3 })
     ->Unit(benchmark::kMillisecond);
 
 // A pointer move across the plot: rank 201 tickers at the new date, then repaint the widget

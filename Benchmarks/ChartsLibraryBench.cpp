@@ -1,5 +1,6 @@
 // The same 201 lines × 500 points drawn by Qt's general-purpose chart library, rendered to
-// an image of the same size, as a yardstick for our own painter (ChartBench.cpp).
+// an image of the same size at the same device pixel ratio, as a yardstick for our own
+// painter (ChartBench.cpp).
 
 #include <QChart>
 #include <QChartView>
@@ -56,13 +57,15 @@ void chartsLibraryStaticLayer(benchmark::State& state)
     view.show();
     QCoreApplication::processEvents();
 
-    QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
+    const qreal ratio = static_cast<qreal>(state.range(0));
+    QImage image(view.size() * ratio, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(ratio);
     for (auto _ : state) {
         image.fill(Qt::white);
         QPainter painter(&image);
         view.render(&painter);
     }
 }
-BENCHMARK(chartsLibraryStaticLayer)->Unit(benchmark::kMillisecond);
+BENCHMARK(chartsLibraryStaticLayer)->ArgName("dpr")->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -1,4 +1,6 @@
-// Server time and reply size of /prices for a full list (200 tickers and the benchmark).
+// Server time and reply size of /prices for a full list (200 tickers and the benchmark),
+// as it goes on the wire: plain, or gzip-coded at a given zlib level.
+#include "TessaryServer/Http/ContentNegotiation.h"
 #include "TessaryServer/Http/MarketHandlers.h"
 #include "TessaryServer/MarketReader.h"
 
@@ -82,7 +84,9 @@ const SyntheticMarket& market()
 void pricesForFullList(benchmark::State& state, const char* preset)
 {
     const MarketHandlers handlers(market());
+    const ContentNegotiation negotiation { static_cast<int>(state.range(0)) };
     HttpRequest request;
+    request.headers = { { QByteArrayLiteral("Accept-Encoding"), QByteArrayLiteral("gzip, deflate") } };
     request.path = QStringLiteral("/prices");
     request.query = { { QStringLiteral("tickers"), market().allSymbols() },
         { QStringLiteral("skip_unknown"), QStringLiteral("true") },
@@ -91,7 +95,7 @@ void pricesForFullList(benchmark::State& state, const char* preset)
         { QStringLiteral("intraday"), QStringLiteral("false") } };
     qsizetype bytes = 0;
     for (auto _ : state) {
-        const HttpResponse response = handlers.handle(request);
+        const HttpResponse response = negotiation.apply(request, handlers.handle(request));
         bytes = response.body.size();
         benchmark::DoNotOptimize(response.body.constData());
     }
@@ -111,5 +115,5 @@ void BM_ServerPrices201x40Y(benchmark::State& state)
 
 } // namespace
 
-BENCHMARK(BM_ServerPrices201x5Y)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_ServerPrices201x40Y)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ServerPrices201x5Y)->ArgName("gzip")->Arg(0)->Arg(1)->Arg(3)->Arg(6)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ServerPrices201x40Y)->ArgName("gzip")->Arg(0)->Arg(1)->Arg(6)->Unit(benchmark::kMillisecond);

@@ -35,14 +35,19 @@ struct Fetched {
     QNetworkReply::NetworkError error = QNetworkReply::NoError;
 };
 
-Fetched fetch(QNetworkAccessManager& network, const QUrl& url)
+Fetched fetch(QNetworkAccessManager& network, const QNetworkRequest& request)
 {
-    std::unique_ptr<QNetworkReply> reply(network.get(QNetworkRequest(url)));
+    std::unique_ptr<QNetworkReply> reply(network.get(request));
     QSignalSpy finished(reply.get(), &QNetworkReply::finished);
     if (!reply->isFinished() && !finished.wait(10'000))
-        qWarning("no reply from %s", qPrintable(url.toString()));
+        qWarning("no reply from %s", qPrintable(request.url().toString()));
     return Fetched { reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(),
         reply->header(QNetworkRequest::ContentTypeHeader).toByteArray(), reply->readAll(), reply->error() };
+}
+
+Fetched fetch(QNetworkAccessManager& network, const QUrl& url)
+{
+    return fetch(network, QNetworkRequest(url));
 }
 
 TickerInfo info(const char* symbol, std::optional<QString> sector = std::nullopt, bool etf = false)
@@ -102,8 +107,14 @@ private Q_SLOTS:
     void tickersAreColumns();
     void engineServesFromItsOwnThread();
     void engineReportsABusyPort();
+    void gzipWhenAcceptedAndWorthIt_data();
+    void gzipWhenAcceptedAndWorthIt();
+    void unchangedDocumentsAnswer304_data();
+    void unchangedDocumentsAnswer304();
 
 private:
+    QUrl engineURL(const QString& pathAndQuery);
+
     QUrl url(const QString& pathAndQuery) const;
 
     std::unique_ptr<MemoryMarket> m_market;
@@ -111,6 +122,7 @@ private:
     std::unique_ptr<HttpTransport> m_transport;
     quint16 m_port = 0;
     QNetworkAccessManager m_network;
+    std::unique_ptr<ServerEngine> m_engine;
 };
 
 void ServerEndpointTests::initTestCase()
@@ -367,6 +379,105 @@ void ServerEndpointTests::engineReportsABusyPort()
     engine.start(options);
     QVERIFY(failed.wait(10'000));
     QCOMPARE(failed.back().front().toString(), QStringLiteral("not an IP address: example.org"));
+}
+
+// The service as the app and a self-hosting user run it, started once for the tests that
+// need the whole reply path.
+QUrl ServerEndpointTests::engineURL(const QString& pathAndQuery)
+{
+    if (!m_engine) {
+        ServerOptions options;
+        options.openMarket = [](const MarketProgress&) -> std::expected<std::unique_ptr<MarketReader>, DataError> {
+            return std::unique_ptr<MarketReader>(smallMarket());
+        };
+        m_engine = std::make_unique<ServerEngine>();
+        QSignalSpy started(m_engine.get(), &ServerEngine::started);
+        m_engine->start(options);
+        if (!started.wait(10'000))
+            qWarning("the service did not start");
+    }
+    return m_engine->url().value_or(QUrl()).resolved(QUrl(pathAndQuery));
+}
+
+void ServerEndpointTests::gzipWhenAcceptedAndWorthIt_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QByteArray>("acceptEncoding");
+    QTest::addColumn<bool>("coded");
+    const QString catalog = QStringLiteral("/data/collections.json");
+    QTest::newRow("accepted") << catalog << QByteArrayLiteral("gzip, deflate") << true;
+    QTest::newRow("accepted with a weight") << catalog << QByteArrayLiteral("br;q=1.0, GZIP;q=0.5") << true;
+    QTest::newRow("refused by weight") << catalog << QByteArrayLiteral("gzip;q=0") << false;
+    QTest::newRow("not offered") << catalog << QByteArrayLiteral("identity") << false;
+    QTest::newRow("body under a kilobyte") << QStringLiteral("/tickers") << QByteArrayLiteral("gzip") << false;
+}
+
+void ServerEndpointTests::gzipWhenAcceptedAndWorthIt()
+{
+    QFETCH(QString, path);
+    QFETCH(QByteArray, acceptEncoding);
+    QFETCH(bool, coded);
+    const QUrl url = engineURL(path);
+    // Set by hand, the header makes Qt hand over the bytes as they came.
+    QNetworkRequest raw(url);
+    raw.setRawHeader("Accept-Encoding", acceptEncoding);
+    std::unique_ptr<QNetworkReply> reply(m_network.get(raw));
+    QSignalSpy finished(reply.get(), &QNetworkReply::finished);
+    QVERIFY(finished.wait(10'000));
+    QCOMPARE(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), 200);
+    const QByteArray wire = reply->readAll();
+    QCOMPARE(reply->rawHeader("Content-Encoding"), coded ? QByteArrayLiteral("gzip") : QByteArray());
+    QCOMPARE(wire.startsWith("\x1f\x8b"), coded);
+
+    // What the app gets: Qt asks for gzip by itself and decodes it to the plain body.
+    QNetworkRequest plain(url);
+    plain.setRawHeader("Accept-Encoding", "identity");
+    const Fetched identity = fetch(m_network, plain);
+    const Fetched decoded = fetch(m_network, QNetworkRequest(url));
+    QCOMPARE(decoded.status, 200);
+    QVERIFY(QJsonDocument::fromJson(decoded.body).isObject());
+    if (coded)
+        QVERIFY(wire.size() < decoded.body.size());
+    else
+        QCOMPARE(wire, decoded.body);
+    QCOMPARE(identity.body, decoded.body);
+}
+
+void ServerEndpointTests::unchangedDocumentsAnswer304_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QByteArray>("ifNoneMatch"); // %1 stands for the tag just received
+    QTest::addColumn<int>("status");
+    for (const QString& path : { QStringLiteral("/tickers"), QStringLiteral("/data/collections.json") }) {
+        const QByteArray name = path.toUtf8();
+        QTest::newRow(name + " current") << path << QByteArrayLiteral("%1") << 304;
+        QTest::newRow(name + " weak, among others") << path << QByteArrayLiteral("\"old\", W/%1") << 304;
+        QTest::newRow(name + " any") << path << QByteArrayLiteral("*") << 304;
+        QTest::newRow(name + " stale") << path << QByteArrayLiteral("\"old\"") << 200;
+    }
+}
+
+void ServerEndpointTests::unchangedDocumentsAnswer304()
+{
+    QFETCH(QString, path);
+    QFETCH(QByteArray, ifNoneMatch);
+    QFETCH(int, status);
+    const QUrl url = engineURL(path);
+    std::unique_ptr<QNetworkReply> first(m_network.get(QNetworkRequest(url)));
+    QSignalSpy firstDone(first.get(), &QNetworkReply::finished);
+    QVERIFY(firstDone.wait(10'000));
+    const QByteArray tag = first->rawHeader("ETag");
+    QVERIFY(tag.startsWith('"') && tag.endsWith('"') && tag.size() > 2);
+    const QByteArray body = first->readAll();
+
+    QNetworkRequest again(url);
+    again.setRawHeader("If-None-Match", QByteArray(ifNoneMatch).replace("%1", tag));
+    std::unique_ptr<QNetworkReply> second(m_network.get(again));
+    QSignalSpy secondDone(second.get(), &QNetworkReply::finished);
+    QVERIFY(secondDone.wait(10'000));
+    QCOMPARE(second->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt(), status);
+    QCOMPARE(second->rawHeader("ETag"), tag);
+    QCOMPARE(second->readAll(), status == 304 ? QByteArray() : body);
 }
 
 QTEST_GUILESS_MAIN(ServerEndpointTests)

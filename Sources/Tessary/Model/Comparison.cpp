@@ -3,6 +3,7 @@
 #include "TessaryWire/Freshness.h"
 #include "TessaryWire/MarketTime.h"
 
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -129,6 +130,11 @@ Comparison buildComparison(
     if (response.dataFreshness)
         comparison.lastQuote = lastQuote(*response.dataFreshness, now);
 
+    // Each ticker's place in the list, looked up once per line rather than searched for.
+    QHash<QString, qsizetype> positions;
+    positions.reserve(tickers.size());
+    for (qsizetype i = tickers.size() - 1; i >= 0; --i)
+        positions.insert(tickers[i], i);
     QSet<QString> requested(tickers.cbegin(), tickers.cend());
     requested.insert(benchmark);
     const int budget = pointBudget(requested.size());
@@ -145,8 +151,8 @@ Comparison buildComparison(
         if (points.empty())
             continue;
         const bool isBenchmark = series.ticker == benchmark && !benchmarkIsMember;
-        comparison.series.push_back(ChartSeries {
-            series.ticker, std::move(points), isBenchmark, std::max<qsizetype>(tickers.indexOf(series.ticker), 0) });
+        comparison.series.push_back(
+            ChartSeries { series.ticker, std::move(points), isBenchmark, positions.value(series.ticker, 0) });
     }
 
     // The period starts at the service's first covered day or the earliest bar, whichever

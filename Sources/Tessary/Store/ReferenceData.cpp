@@ -16,6 +16,12 @@ namespace {
 
 const QString catalogPath = QStringLiteral("data/collections.json");
 
+// The catalog's version sits beside it, so the next start can revalidate instead of download.
+QString tagFile(const QString& catalogFile)
+{
+    return catalogFile + QStringLiteral(".etag");
+}
+
 } // namespace
 
 ReferenceData::ReferenceData(QString catalogFile, QObject* parent)
@@ -23,18 +29,24 @@ ReferenceData::ReferenceData(QString catalogFile, QObject* parent)
     , m_catalogFile(std::move(catalogFile))
 {
     if (const auto bytes = readWholeFile(m_catalogFile)) {
-        if (auto catalog = FeaturedCatalog::fromJson(*bytes))
+        if (auto catalog = FeaturedCatalog::fromJson(*bytes)) {
             m_catalog = std::move(*catalog);
+            m_catalogTag = readWholeFile(tagFile(m_catalogFile)).value_or(QByteArray()).trimmed();
+        }
     }
 }
 
-bool ReferenceData::acceptCatalogDocument(const QByteArray& document)
+bool ReferenceData::acceptCatalogDocument(const QByteArray& document, const QByteArray& etag)
 {
     auto catalog = FeaturedCatalog::fromJson(document);
     if (!catalog)
         return false;
     // Only a cache: without it the next start waits for the network, nothing is lost.
     if (auto written = writeFileAtomically(m_catalogFile, document); !written)
+        qWarning("%s", qPrintable(written.error().description()));
+    // A tag that could not be kept only costs the next start a full download.
+    m_catalogTag = etag;
+    if (auto written = writeFileAtomically(tagFile(m_catalogFile), etag); !written)
         qWarning("%s", qPrintable(written.error().description()));
     if (*catalog != m_catalog) {
         m_catalog = std::move(*catalog);
@@ -69,13 +81,16 @@ QCoro::Task<> ReferenceData::loadCatalog(QNetworkAccessManager* network, QUrl we
     request.setHeader(QNetworkRequest::UserAgentHeader, QString(APIClient::userAgent));
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::PreferNetwork);
     request.setTransferTimeout(static_cast<int>(APIClient::defaultTimeout.count()));
+    if (!m_catalogTag.isEmpty())
+        request.setRawHeader("If-None-Match", m_catalogTag);
     const OwnedReply reply(network->get(request));
     co_await reply.get();
     if (!self)
         co_return;
+    // A 304 confirms the catalog held; anything else but a document keeps it too.
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (reply->error() == QNetworkReply::NoError && status >= 200 && status <= 299)
-        acceptCatalogDocument(reply->readAll());
+        acceptCatalogDocument(reply->readAll(), reply->rawHeader("ETag"));
 }
 
 } // namespace tessary

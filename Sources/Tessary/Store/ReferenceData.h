@@ -25,7 +25,7 @@ public:
     const FeaturedCatalog& catalog() const { return m_catalog; }
     // A downloaded catalog document: decoded, it replaces the catalog and is kept on disk; a
     // document that does not decode changes nothing.
-    bool acceptCatalogDocument(const QByteArray& document);
+    bool acceptCatalogDocument(const QByteArray& document, const QByteArray& etag = {});
 
     const TickerUniverse& universe() const { return m_universe; }
     void setUniverse(std::vector<TickerInfo> infos);
@@ -41,6 +41,8 @@ Q_SIGNALS:
 private:
     QString m_catalogFile;
     FeaturedCatalog m_catalog;
+    // The catalog's version, sent back so an unchanged one costs a 304 and no body.
+    QByteArray m_catalogTag;
     TickerUniverse m_universe;
 };
 

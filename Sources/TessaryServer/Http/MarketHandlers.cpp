@@ -1,5 +1,6 @@
 #include "MarketHandlers.h"
 
+#include "ContentNegotiation.h"
 #include "RequestParsing.h"
 #include "TessaryServer/Data/CuratedCatalog.h"
 #include "TessaryServer/Data/RelatedTickers.h"
@@ -32,7 +33,9 @@ HttpResponse MarketHandlers::handle(const HttpRequest& request) const
 
 HttpResponse MarketHandlers::tickers() const
 {
-    return HttpResponse::json(encodeTickersResponse(tickersResponse(*m_market.universe(), m_market.dataSource())));
+    // The app revalidates its universe at every start; a tag lets an unchanged one cost a 304.
+    return withEntityTag(
+        HttpResponse::json(encodeTickersResponse(tickersResponse(*m_market.universe(), m_market.dataSource()))));
 }
 
 HttpResponse MarketHandlers::prices(const HttpRequest& request) const
@@ -59,7 +62,7 @@ HttpResponse MarketHandlers::related(const HttpRequest& request) const
 
 HttpResponse MarketHandlers::collections() const
 {
-    return HttpResponse::json(curatedCatalogDocument());
+    return withEntityTag(HttpResponse::json(curatedCatalogDocument()));
 }
 
 } // namespace tessary::server

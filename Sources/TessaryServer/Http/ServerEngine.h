@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ConnectionGuard.h"
+#include "ContentNegotiation.h"
 #include "TessaryServer/Data/DataError.h"
 #include "TessaryServer/Fetch/PriceRefresher.h"
 #include "TessaryServer/MarketReader.h"
@@ -41,6 +42,8 @@ struct ServerOptions {
     // Refresh the store's imported prices once a day (needs the store, not `openMarket`).
     std::optional<DailyRefresh> refresh;
     ConnectionLimits limits;
+    // zlib level for clients that accept gzip; 0 sends every body as it is.
+    int gzipLevel = ContentNegotiation::defaultGzipLevel;
 };
 
 // ~/.local/share/Tessary/server (honouring XDG_DATA_HOME).

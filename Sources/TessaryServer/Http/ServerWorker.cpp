@@ -112,12 +112,14 @@ void ServerWorker::run()
     const bool ownsDirectory = !m_options.openMarket || !m_options.dataDirectory.isEmpty();
     m_transport = std::make_unique<HttpTransport>(
         [handlers = m_handlers.get(), accountHandlers = m_accountHandlers.get(), health = m_health.get(),
-            updates = UpdateFeedHandler(ownsDirectory ? dataDirectory() : QString())](const HttpRequest& request) {
+            updates = UpdateFeedHandler(ownsDirectory ? dataDirectory() : QString()),
+            negotiation = ContentNegotiation { m_options.gzipLevel }](const HttpRequest& request) {
             if (request.path == UpdateFeedHandler::path)
-                return updates.handle();
+                return negotiation.apply(request, updates.handle());
             if (HealthHandler::serves(request.path))
                 return health->handle(request);
-            return AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request);
+            return negotiation.apply(request,
+                AccountHandlers::serves(request.path) ? accountHandlers->handle(request) : handlers->handle(request));
         },
         m_options.limits);
     const auto port = m_transport->start(*address, m_options.port);

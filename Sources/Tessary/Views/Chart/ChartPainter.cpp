@@ -171,7 +171,10 @@ void ChartPainter::paintLines(QPainter& painter, const Scene& scene)
         painter.drawPolyline(scene.paths[s]);
     }
     if (scene.anyHighlighted) {
-        QPen wide(Qt::black, highlightedWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+        // Bevelled joins: at this width they differ from round ones by a fraction of a pixel,
+        // and the stroker makes them in well under half the time (201 lines of 500 points,
+        // three pinned, at device pixel ratio 2: about 30 against 55 ms of CPU on this machine).
+        QPen wide(Qt::black, highlightedWidth, Qt::SolidLine, Qt::RoundCap, Qt::BevelJoin);
         for (std::size_t s = 0; s < scene.paths.size(); ++s) {
             if (!isHighlighted(s))
                 continue;

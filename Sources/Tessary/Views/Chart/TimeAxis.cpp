@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 
 #include "ChartScale.h"
 #include "Tessary/Model/Comparison.h"
@@ -124,14 +125,25 @@ QString labelOf(TickUnit unit, bool major, const CalendarParts& parts, const QLo
 
 TimeAxis TimeAxis::build(std::span<const ChartSeries> series, QStringView interval, double now)
 {
+    // The lines of a list mostly share their dates: merging each line's sorted dates into the
+    // union, and skipping a line whose dates are all in it already, is linear where sorting
+    // every point of 201 lines was most of the build.
     std::vector<double> times;
-    std::size_t total = 0;
-    for (const ChartSeries& line : series)
-        total += line.points.size();
-    times.reserve(total);
-    for (const ChartSeries& line : series)
-        for (const ChartPoint& point : line.points)
-            times.push_back(point.date);
+    std::vector<double> line;
+    std::vector<double> merged;
+    for (const ChartSeries& s : series) {
+        line.clear();
+        for (const ChartPoint& point : s.points)
+            line.push_back(point.date);
+        if (!std::ranges::is_sorted(line))
+            std::ranges::sort(line);
+        line.erase(std::unique(line.begin(), line.end()), line.end());
+        if (std::ranges::includes(times, line))
+            continue;
+        merged.clear();
+        std::ranges::set_union(times, line, std::back_inserter(merged));
+        std::swap(times, merged);
+    }
     return fromTimes(std::move(times), interval, now);
 }
 
@@ -144,7 +156,8 @@ TimeAxis TimeAxis::fromTimes(std::vector<double> times, QStringView interval, do
 {
     TimeAxis axis;
     axis.m_intraday = isIntradayInterval(interval);
-    std::ranges::sort(times);
+    if (!std::ranges::is_sorted(times))
+        std::ranges::sort(times);
     times.erase(std::unique(times.begin(), times.end()), times.end());
     if (times.size() < 2)
         times = { now - daySeconds, now };
