@@ -18,6 +18,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -158,13 +159,15 @@ public:
         });
     }
 
-    // An object of number-or-null values, kept in the order the tree yields its keys.
+    // An object of number-or-null values, sorted by key with a repeated key's last value
+    // standing: Qt's tree yields its keys that way and simdjson's in document order with every
+    // repeat, so the order is fixed here for both to read alike.
     bool read(const Node& node, const JsonPath& at, std::vector<std::pair<QString, std::optional<double>>>& out)
     {
         if (!expect(node, at, JsonKind::object))
             return false;
         out.clear();
-        return node.members([&](const QString& key, const Node& value) {
+        const bool complete = node.members([&](const QString& key, const Node& value) {
             std::optional<double> number;
             const QByteArray keyBytes = key.toUtf8();
             if (!read(value, at.member(keyBytes.constData()), number))
@@ -172,6 +175,12 @@ public:
             out.emplace_back(key, number);
             return true;
         });
+        // Stable, so among equal keys the later one stays last and is the one kept.
+        std::ranges::stable_sort(out, {}, &std::pair<QString, std::optional<double>>::first);
+        const auto repeats
+            = std::ranges::unique(out.rbegin(), out.rend(), {}, &std::pair<QString, std::optional<double>>::first);
+        out.erase(out.begin(), repeats.begin().base());
+        return complete;
     }
 
     // Records, by their own `readFields`.
