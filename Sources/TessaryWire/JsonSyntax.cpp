@@ -186,37 +186,40 @@ private:
         return unit;
     }
 
+    // One or more digits.
+    bool digitRun()
+    {
+        if (!isDigit(peek()))
+            return false;
+        while (isDigit(peek()))
+            ++m_at;
+        return true;
+    }
+
     bool number()
     {
         const bool negative = peek() == '-';
         if (negative)
             ++m_at;
-        const qsizetype digitsStart = m_at;
-        if (!isDigit(peek()))
-            return fail("a malformed number");
+        const qsizetype integerStart = m_at;
         if (peek() == '0')
             ++m_at;
-        else
-            while (isDigit(peek()))
-                ++m_at;
-        const QByteArrayView digits = m_text.sliced(digitsStart, m_at - digitsStart);
+        else if (!digitRun())
+            return fail("a malformed number");
+        const QByteArrayView integer = m_text.sliced(integerStart, m_at - integerStart);
         bool whole = true;
         if (peek() == '.') {
             ++m_at;
-            if (!isDigit(peek()))
+            if (!digitRun())
                 return fail("a malformed number");
-            while (isDigit(peek()))
-                ++m_at;
             whole = false;
         }
         if (peek() == 'e' || peek() == 'E') {
             ++m_at;
             if (peek() == '+' || peek() == '-')
                 ++m_at;
-            if (!isDigit(peek()))
+            if (!digitRun())
                 return fail("a malformed number");
-            while (isDigit(peek()))
-                ++m_at;
             whole = false;
         }
         // Whole numbers are read as 64-bit integers by simdjson, which refuses larger ones;
@@ -224,9 +227,10 @@ private:
         const QByteArrayView limit
             = negative ? QByteArrayView("9223372036854775808") : QByteArrayView("18446744073709551615");
         if (whole
-            && (digits.size() > limit.size()
-                || (digits.size() == limit.size()
-                    && std::string_view(digits.data(), digits.size()) > std::string_view(limit.data(), limit.size()))))
+            && (integer.size() > limit.size()
+                || (integer.size() == limit.size()
+                    && std::string_view(integer.data(), integer.size())
+                        > std::string_view(limit.data(), limit.size()))))
             return fail("a whole number beyond 64 bits");
         return true;
     }
