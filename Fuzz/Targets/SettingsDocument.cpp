@@ -32,9 +32,12 @@ TESSARY_FUZZ_TARGET(settings_document)
     if (!lists.empty())
         document.apply({ ListEdit::Kind::remove, lists.front() }, 3);
 
-    for (auto it = object->constBegin(); it != object->constEnd(); ++it) {
-        if (!document.object().contains(it.key()))
-            fuzz::fail("an edit dropped a key of the document", it.key().toUtf8());
+    // Compared as listed, not looked up: Qt drops a leading U+FEFF from a key it hands out,
+    // so such a key is kept but cannot be found by its own name.
+    const QStringList keys = document.object().keys();
+    for (const QString& key : object->keys()) {
+        if (!keys.contains(key))
+            fuzz::fail("an edit dropped a key of the document", key.toUtf8());
     }
     const std::vector<ComparisonList> after = document.lists();
     if (std::ranges::none_of(after, [&](const ComparisonList& list) { return list.id == added.id; }))
