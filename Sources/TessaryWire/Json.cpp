@@ -1,5 +1,7 @@
 #include "Json.h"
 
+#include "JsonSyntax.h"
+
 #include <QJsonDocument>
 #include <QJsonParseError>
 #include <QStringDecoder>
@@ -25,6 +27,8 @@ Decoded<QJsonDocument> parseDocument(const QByteArray& bytes)
     (void)utf8.decode(bytes);
     if (utf8.hasError())
         return std::unexpected(DecodingError { {}, QStringLiteral("the body is not valid UTF-8") });
+    if (auto syntax = jsonSyntaxError(bytes))
+        return std::unexpected(DecodingError { {}, std::move(*syntax) });
     QJsonParseError error {};
     auto document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError)

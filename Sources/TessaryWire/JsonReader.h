@@ -18,6 +18,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -158,20 +159,34 @@ public:
         });
     }
 
-    // An object of number-or-null values, kept in the order the tree yields its keys.
+    // An object of number-or-null values, sorted by key with a repeated key's last value
+    // standing. Qt's tree yields its keys that way and simdjson's in document order with every
+    // repeat, so the members are put in that order before any is read: both paths then keep
+    // the same values and fail at the same key.
     bool read(const Node& node, const JsonPath& at, std::vector<std::pair<QString, std::optional<double>>>& out)
     {
         if (!expect(node, at, JsonKind::object))
             return false;
+        std::vector<std::pair<QString, Node>> members;
+        node.members([&](const QString& key, const Node& value) {
+            members.emplace_back(key, value);
+            return true;
+        });
+        // Stable, so among equal keys the later one stays last and is the one kept.
+        std::ranges::stable_sort(members, {}, &std::pair<QString, Node>::first);
+        const auto repeats
+            = std::ranges::unique(members.rbegin(), members.rend(), {}, &std::pair<QString, Node>::first);
+        members.erase(members.begin(), repeats.begin().base());
         out.clear();
-        return node.members([&](const QString& key, const Node& value) {
+        out.reserve(members.size());
+        for (const auto& [key, value] : members) {
             std::optional<double> number;
             const QByteArray keyBytes = key.toUtf8();
             if (!read(value, at.member(keyBytes.constData()), number))
                 return false;
             out.emplace_back(key, number);
-            return true;
-        });
+        }
+        return true;
     }
 
     // Records, by their own `readFields`.

@@ -91,16 +91,20 @@ QByteArray LoopbackServer::replyFor(const QByteArray& requestTarget, std::option
     return httpReply("200 OK", resultPage(items.contains(QStringLiteral("code"))));
 }
 
+QByteArray LoopbackServer::replyToRequest(const QByteArray& request, std::optional<CallbackItems>* callback)
+{
+    const QByteArray line = request.left(request.indexOf('\n')).trimmed();
+    const QList<QByteArray> words = line.split(' ');
+    return replyFor(words.size() > 1 ? words[1] : QByteArray("/"), callback);
+}
+
 void LoopbackServer::respond(QTcpSocket* socket)
 {
     if (socket->property("answered").toBool())
         return;
     socket->setProperty("answered", true);
-    const QByteArray chunk = socket->readAll();
-    const QByteArray line = chunk.left(chunk.indexOf('\n')).trimmed();
-    const QList<QByteArray> words = line.split(' ');
     std::optional<CallbackItems> callback;
-    socket->write(replyFor(words.size() > 1 ? words[1] : QByteArray("/"), &callback));
+    socket->write(replyToRequest(socket->readAll(), &callback));
     // Handed over once the page is out: a sign-in that ends at once (the user denied) must
     // not leave the browser with half a page.
     if (callback) {

@@ -39,6 +39,8 @@ public:
     // The bytes answered for a request target: the result page for /callback (connected when
     // the items carry a code), a bodiless 404 otherwise. Public for tests of the exact reply.
     static QByteArray replyFor(const QByteArray& requestTarget, std::optional<CallbackItems>* callback = nullptr);
+    // The same for the first bytes a browser sent: the target is read from the request line.
+    static QByteArray replyToRequest(const QByteArray& request, std::optional<CallbackItems>* callback = nullptr);
     static QByteArray resultPage(bool connected);
 
 Q_SIGNALS:

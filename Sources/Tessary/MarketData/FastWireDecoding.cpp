@@ -56,11 +56,17 @@ public:
     std::optional<SimdJsonNode> member(const char* key) const
     {
         simdjson::dom::object object;
-        simdjson::dom::element value;
-        if (m_element.get_object().get(object) != simdjson::SUCCESS
-            || object.at_key(key).get(value) != simdjson::SUCCESS)
+        if (m_element.get_object().get(object) != simdjson::SUCCESS)
             return std::nullopt;
-        return SimdJsonNode(value);
+        // A key given twice reads as its last value, as in Qt's tree; simdjson's own lookup
+        // would stop at the first, and the two paths would then read different records.
+        const std::string_view wanted(key);
+        std::optional<SimdJsonNode> found;
+        for (const simdjson::dom::key_value_pair pair : object) {
+            if (pair.key == wanted)
+                found = SimdJsonNode(pair.value);
+        }
+        return found;
     }
 
     template <class F> bool elements(F&& visit) const
@@ -113,18 +119,28 @@ QString parseFailure(simdjson::error_code code)
     return QStringLiteral("the body is not valid JSON");
 }
 
-template <class T> Decoded<T> decodeBody(const QByteArray& body)
+Decoded<simdjson::dom::element> parseBody(const QByteArray& body)
 {
     if (body.trimmed().isEmpty())
         return std::unexpected(DecodingError { {}, parseFailure(simdjson::EMPTY) });
     // One parser per thread keeps its buffers between bodies instead of reallocating
     // megabytes for every refresh.
     thread_local simdjson::dom::parser parser;
+    // A leading byte-order mark is skipped, as Qt's parser does.
+    const qsizetype start = body.startsWith("\xEF\xBB\xBF") ? 3 : 0;
     simdjson::dom::element root;
-    const auto code = parser.parse(body.constData(), static_cast<std::size_t>(body.size())).get(root);
+    const auto code = parser.parse(body.constData() + start, static_cast<std::size_t>(body.size() - start)).get(root);
     if (code != simdjson::SUCCESS)
         return std::unexpected(DecodingError { {}, parseFailure(code) });
-    return readJson<T>(SimdJsonNode(root));
+    return root;
+}
+
+template <class T> Decoded<T> decodeBody(const QByteArray& body)
+{
+    const auto root = parseBody(body);
+    if (!root)
+        return std::unexpected(root.error());
+    return readJson<T>(SimdJsonNode(*root));
 }
 
 } // namespace
@@ -132,6 +148,13 @@ template <class T> Decoded<T> decodeBody(const QByteArray& body)
 bool available()
 {
     return true;
+}
+
+std::optional<DecodingError> checkSyntax(const QByteArray& body)
+{
+    if (auto root = parseBody(body); !root)
+        return root.error();
+    return std::nullopt;
 }
 
 #else
@@ -151,6 +174,13 @@ template <class T> Decoded<T> decodeBody(const QByteArray& body)
 bool available()
 {
     return false;
+}
+
+std::optional<DecodingError> checkSyntax(const QByteArray& body)
+{
+    if (parseJsonObject(body) || parseJsonArray(body))
+        return std::nullopt;
+    return parseJsonObject(body).error();
 }
 
 #endif
