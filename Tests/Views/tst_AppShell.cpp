@@ -256,10 +256,7 @@ void AppShellTests::helpMarkExplainsInsteadOfSorting_data()
     QTest::addColumn<bool>("grid");
     QTest::addColumn<int>("column");
     QTest::addColumn<QString>("title");
-    QTest::newRow("return") << false << static_cast<int>(RankColumn::netReturn) << "Return";
     QTest::newRow("sharpe") << false << static_cast<int>(RankColumn::sharpe) << "Sharpe ratio";
-    QTest::newRow("max drawdown") << false << static_cast<int>(RankColumn::maxDrawdown) << "Max drawdown";
-    QTest::newRow("average rank") << true << static_cast<int>(MultiPeriodGridModel::averageRank) << "Average rank";
     QTest::newRow("beat") << true << static_cast<int>(MultiPeriodGridModel::beats) << "Beat";
 }
 
