@@ -60,15 +60,9 @@ void ShellTests::supportMessageEndsWithTheBuild_data()
     QTest::addColumn<QString>("version");
     QTest::addColumn<QString>("commit");
     QTest::addColumn<QString>("line");
-    QTest::newRow("release") << "1.4.0"
-                             << "3f9c2ab"
-                             << "1.4.0 (3f9c2ab)";
-    QTest::newRow("outside a checkout") << "1.4.0"
-                                        << ""
-                                        << "1.4.0 (dev)";
-    QTest::newRow("nothing known") << ""
-                                   << ""
-                                   << "dev (dev)";
+    QTest::newRow("release") << u"1.4.0"_qs << u"3f9c2ab"_qs << u"1.4.0 (3f9c2ab)"_qs;
+    QTest::newRow("outside a checkout") << u"1.4.0"_qs << u""_qs << u"1.4.0 (dev)"_qs;
+    QTest::newRow("nothing known") << u""_qs << u""_qs << u"dev (dev)"_qs;
 }
 
 void ShellTests::supportMessageEndsWithTheBuild()
@@ -95,24 +89,15 @@ void ShellTests::versionsCompareByTheirParts_data()
     const auto less = std::optional(std::strong_ordering::less);
     const auto equal = std::optional(std::strong_ordering::equal);
     const auto greater = std::optional(std::strong_ordering::greater);
-    QTest::newRow("numbers, not text") << "1.10.0"
-                                       << "1.9.3" << greater;
-    QTest::newRow("missing parts are zero") << "1.2"
-                                            << "1.2.0" << equal;
-    QTest::newRow("a leading v") << "v2.0.1"
-                                 << "2.0.1" << equal;
-    QTest::newRow("pre-release first") << "1.3.0-beta.2"
-                                       << "1.3.0" << less;
-    QTest::newRow("pre-release numbers") << "1.3.0-beta.10"
-                                         << "1.3.0-beta.2" << greater;
-    QTest::newRow("numbers before words") << "1.3.0-1"
-                                          << "1.3.0-alpha" << less;
-    QTest::newRow("longer pre-release later") << "1.3.0-alpha.1"
-                                              << "1.3.0-alpha" << greater;
-    QTest::newRow("build metadata ignored") << "1.3.0+42"
-                                            << "1.3.0" << equal;
-    QTest::newRow("not a version") << "latest"
-                                   << "1.0" << std::optional<std::strong_ordering>();
+    QTest::newRow("numbers, not text") << u"1.10.0"_qs << u"1.9.3"_qs << greater;
+    QTest::newRow("missing parts are zero") << u"1.2"_qs << u"1.2.0"_qs << equal;
+    QTest::newRow("a leading v") << u"v2.0.1"_qs << u"2.0.1"_qs << equal;
+    QTest::newRow("pre-release first") << u"1.3.0-beta.2"_qs << u"1.3.0"_qs << less;
+    QTest::newRow("pre-release numbers") << u"1.3.0-beta.10"_qs << u"1.3.0-beta.2"_qs << greater;
+    QTest::newRow("numbers before words") << u"1.3.0-1"_qs << u"1.3.0-alpha"_qs << less;
+    QTest::newRow("longer pre-release later") << u"1.3.0-alpha.1"_qs << u"1.3.0-alpha"_qs << greater;
+    QTest::newRow("build metadata ignored") << u"1.3.0+42"_qs << u"1.3.0"_qs << equal;
+    QTest::newRow("not a version") << u"latest"_qs << u"1.0"_qs << std::optional<std::strong_ordering>();
 }
 
 void ShellTests::versionsCompareByTheirParts()
@@ -130,15 +115,13 @@ void ShellTests::serverAnnouncesTheRelease_data()
     QTest::addColumn<QString>("headline");
     QTest::addColumn<QString>("notes");
     const QString own = QString::fromLatin1(BuildInfo::version);
-    QTest::newRow("built in: this build") << QByteArray() << own << "Tessary " + own + " is the latest version."
-                                          << "";
+    QTest::newRow("built in: this build")
+        << QByteArray() << own << u"Tessary "_qs + own + " is the latest version." << u""_qs;
     QTest::newRow("newer release") << QByteArray(
         R"({"version":"99.1.0","notes":"Faster charts.","url":"https://example.org/99.1"})")
-                                   << own << "Tessary 99.1.0 is available"
-                                   << "Faster charts.";
+                                   << own << u"Tessary 99.1.0 is available"_qs << u"Faster charts."_qs;
     QTest::newRow("broken file") << QByteArray("{version") << own
-                                 << "Could not check for updates: the update feed answered HTTP 500"
-                                 << "";
+                                 << u"Could not check for updates: the update feed answered HTTP 500"_qs << u""_qs;
 }
 
 void ShellTests::serverAnnouncesTheRelease()
@@ -168,10 +151,11 @@ void ShellTests::brokenFeedIsOneLine_data()
 {
     QTest::addColumn<test::ScriptedReply>("reply");
     QTest::addColumn<QString>("line");
-    QTest::newRow("silent") << test::ScriptedReply::silent() << "no answer from 127.0.0.1 within 1 second";
+    QTest::newRow("silent") << test::ScriptedReply::silent() << u"no answer from 127.0.0.1 within 1 second"_qs;
     QTest::newRow("html") << test::ScriptedReply { 200, "<html></html>", "text/html" }
-                          << "the update feed is not a JSON object";
-    QTest::newRow("no version") << test::ScriptedReply::json(R"({"notes":"x"})") << "the update feed names no version";
+                          << u"the update feed is not a JSON object"_qs;
+    QTest::newRow("no version") << test::ScriptedReply::json(R"({"notes":"x"})")
+                                << u"the update feed names no version"_qs;
 }
 
 void ShellTests::brokenFeedIsOneLine()
@@ -193,17 +177,15 @@ void ShellTests::snapshotVariables_data()
     QTest::addColumn<QString>("scroll");
     QTest::addColumn<QString>("size");
     QTest::addColumn<QString>("read"); // "window rows WxH", or the error line
-    QTest::newRow("defaults") << QString() << QString() << QString() << "0 0 none";
-    QTest::newRow("settings") << "settings" << QString() << "800x600"
-                              << "1 0 800x600";
-    QTest::newRow("widget scrolled") << "widget"
-                                     << "12" << QString() << "2 12 none";
-    QTest::newRow("unknown window") << "Main" << QString() << QString()
-                                    << "TESSARY_SNAPSHOT_WINDOW is not main, settings or widget: “Main”";
-    QTest::newRow("negative scroll") << "main"
-                                     << "-3" << QString() << "TESSARY_SNAPSHOT_SCROLL is not a number of rows: “-3”";
-    QTest::newRow("size without height") << "main" << QString() << "800x"
-                                         << "TESSARY_SNAPSHOT_SIZE is not WIDTHxHEIGHT: “800x”";
+    QTest::newRow("defaults") << QString() << QString() << QString() << u"0 0 none"_qs;
+    QTest::newRow("settings") << u"settings"_qs << QString() << u"800x600"_qs << u"1 0 800x600"_qs;
+    QTest::newRow("widget scrolled") << u"widget"_qs << u"12"_qs << QString() << u"2 12 none"_qs;
+    QTest::newRow("unknown window") << u"Main"_qs << QString() << QString()
+                                    << u"TESSARY_SNAPSHOT_WINDOW is not main, settings or widget: “Main”"_qs;
+    QTest::newRow("negative scroll") << u"main"_qs << u"-3"_qs << QString()
+                                     << u"TESSARY_SNAPSHOT_SCROLL is not a number of rows: “-3”"_qs;
+    QTest::newRow("size without height") << u"main"_qs << QString() << u"800x"_qs
+                                         << u"TESSARY_SNAPSHOT_SIZE is not WIDTHxHEIGHT: “800x”"_qs;
 }
 
 void ShellTests::snapshotVariables()

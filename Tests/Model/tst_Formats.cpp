@@ -211,18 +211,14 @@ void FormatTests::marketClock_data()
     QTest::addColumn<QString>("date");
     QTest::addColumn<QString>("time");
 
-    QTest::newRow("winter close") << utcInstant("2026-01-15T21:00:00Z") << "2026-01-15"
-                                  << "4:00 PM ET";
-    QTest::newRow("summer close") << utcInstant("2026-03-13T20:00:00Z") << "2026-03-13"
-                                  << "4:00 PM ET";
-    QTest::newRow("after midnight UTC is still yesterday") << utcInstant("2026-11-22T03:30:00Z") << "2026-11-21"
-                                                           << "10:30 PM ET";
-    QTest::newRow("the skipped hour") << utcInstant("2026-03-08T07:00:00Z") << "2026-03-08"
-                                      << "3:00 AM ET";
-    QTest::newRow("the repeated hour, second time") << utcInstant("2026-11-01T06:30:00Z") << "2026-11-01"
-                                                    << "1:30 AM ET";
-    QTest::newRow("open") << utcInstant("2024-07-01T13:30:00Z") << "2024-07-01"
-                          << "9:30 AM ET";
+    QTest::newRow("winter close") << utcInstant("2026-01-15T21:00:00Z") << u"2026-01-15"_qs << u"4:00 PM ET"_qs;
+    QTest::newRow("summer close") << utcInstant("2026-03-13T20:00:00Z") << u"2026-03-13"_qs << u"4:00 PM ET"_qs;
+    QTest::newRow("after midnight UTC is still yesterday")
+        << utcInstant("2026-11-22T03:30:00Z") << u"2026-11-21"_qs << u"10:30 PM ET"_qs;
+    QTest::newRow("the skipped hour") << utcInstant("2026-03-08T07:00:00Z") << u"2026-03-08"_qs << u"3:00 AM ET"_qs;
+    QTest::newRow("the repeated hour, second time")
+        << utcInstant("2026-11-01T06:30:00Z") << u"2026-11-01"_qs << u"1:30 AM ET"_qs;
+    QTest::newRow("open") << utcInstant("2024-07-01T13:30:00Z") << u"2024-07-01"_qs << u"9:30 AM ET"_qs;
 }
 
 void FormatTests::marketClock()
@@ -241,27 +237,14 @@ void FormatTests::marketDays_data()
     QTest::addColumn<QString>("marketDay");
     QTest::addColumn<QString>("display");
 
-    QTest::newRow("plain day") << "2009-03-09"
-                               << "2009-03-09"
-                               << "Mar 9, 2009";
-    QTest::newRow("leap day") << "2024-02-29"
-                              << "2024-02-29"
-                              << "Feb 29, 2024";
-    QTest::newRow("no such day") << "2023-02-29"
-                                 << ""
-                                 << "2023-02-29";
-    QTest::newRow("month 13") << "2023-13-01"
-                              << ""
-                              << "2023-13-01";
-    QTest::newRow("short fields") << "2023-2-1"
-                                  << ""
-                                  << "2023-2-1";
-    QTest::newRow("timestamp: the day is read, but it is no label") << "2024-02-29T12:00:00Z"
-                                                                    << "2024-02-29"
-                                                                    << "2024-02-29T12:00:00Z";
-    QTest::newRow("empty") << ""
-                           << ""
-                           << "";
+    QTest::newRow("plain day") << u"2009-03-09"_qs << u"2009-03-09"_qs << u"Mar 9, 2009"_qs;
+    QTest::newRow("leap day") << u"2024-02-29"_qs << u"2024-02-29"_qs << u"Feb 29, 2024"_qs;
+    QTest::newRow("no such day") << u"2023-02-29"_qs << u""_qs << u"2023-02-29"_qs;
+    QTest::newRow("month 13") << u"2023-13-01"_qs << u""_qs << u"2023-13-01"_qs;
+    QTest::newRow("short fields") << u"2023-2-1"_qs << u""_qs << u"2023-2-1"_qs;
+    QTest::newRow("timestamp: the day is read, but it is no label")
+        << u"2024-02-29T12:00:00Z"_qs << u"2024-02-29"_qs << u"2024-02-29T12:00:00Z"_qs;
+    QTest::newRow("empty") << u""_qs << u""_qs << u""_qs;
 }
 
 void FormatTests::marketDays()
