@@ -89,8 +89,10 @@ MainWindow::MainWindow(Store& store, const Environment& environment, QWidget* pa
 
     auto* content = new QWidget(splitter);
     auto* layout = new QVBoxLayout(content);
-    layout->setContentsMargins(16, 12, 16, 12);
-    layout->setSpacing(6);
+    // The controls above the chart and the rankings below it stay close together: every pixel
+    // they give up goes to the chart, which a full list's two-row legend already narrows.
+    layout->setContentsMargins(16, 8, 16, 8);
+    layout->setSpacing(4);
     layout->addWidget(buildHeader());
     m_tickerInput = new TickerInput(store, content);
     layout->addWidget(m_tickerInput);
@@ -235,6 +237,7 @@ QWidget* MainWindow::buildHeader()
     auto* layout = new QHBoxLayout(header);
     layout->setContentsMargins(0, 0, 0, 0);
     auto* titles = new QVBoxLayout;
+    titles->setSpacing(0);
     m_title = new QLabel(header);
     m_title->setObjectName(QStringLiteral("listTitle"));
     QFont font = m_title->font();

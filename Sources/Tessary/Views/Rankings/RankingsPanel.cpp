@@ -22,7 +22,7 @@ RankingsPanel::RankingsPanel(Store& store, ChartFocus& focus, Preferences& prefe
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(10);
+    layout->setSpacing(6);
     m_cards = new SummaryCards(this);
     layout->addWidget(m_cards);
 
@@ -34,6 +34,8 @@ RankingsPanel::RankingsPanel(Store& store, ChartFocus& focus, Preferences& prefe
     auto* gridSide = new QWidget(tabs);
     auto* gridLayout = new QVBoxLayout(gridSide);
     gridLayout->setContentsMargins(0, 0, 0, 0);
+    // The taller of the two tabs sets the panel's least height, and so what the chart keeps.
+    gridLayout->setSpacing(0);
     m_chips = new MultiPeriodChips(*m_choice, gridSide);
     m_grid = new MultiPeriodGrid(focus, gridSide);
     gridLayout->addWidget(m_chips);

@@ -70,7 +70,9 @@ SummaryCards::Card SummaryCards::addCard(const QString& title)
     auto* frame = new QFrame(this);
     frame->setFrameShape(QFrame::StyledPanel);
     auto* column = new QVBoxLayout(frame);
-    column->setContentsMargins(12, 8, 12, 8);
+    // Slim cards: they sit between the chart and the table, and their height comes off the chart.
+    column->setContentsMargins(12, 4, 12, 4);
+    column->setSpacing(0);
     Card card { new QLabel(title, frame), new QLabel(frame) };
     QFont small = card.title->font();
     small.setPointSizeF(small.pointSizeF() * 0.85);
