@@ -417,7 +417,8 @@ void FetchTests::serveAnswersWhileRefreshing()
     }
     FixtureServer provider;
     ScriptedReply slow = csv(dateCloseCsv({ { "2024-01-03", 11, 10 }, { "2024-01-04", 12, 11 } }));
-    slow.delay = std::chrono::milliseconds(1500);
+    // Long enough that the two requests below land inside it even on a loaded machine.
+    slow.delay = std::chrono::milliseconds(6000);
     provider.script(u"/csv/AAA"_qs, slow);
 
     QProcess server;
