@@ -148,7 +148,10 @@ void ChartReadout::paint(QPainter& painter, const ChartMapper& mapper, std::span
         Qt::AlignLeft | Qt::AlignVCenter, style.header);
 
     const double rankWidth = metrics.horizontalAdvance(QStringLiteral("000")) + 4;
-    const double tickerWidth = 56;
+    // As wide as the widest symbol shown, so a five-letter one never runs into its name.
+    double tickerWidth = 40;
+    for (const std::size_t index : shown.rows)
+        tickerWidth = std::max(tickerWidth, boldMetrics.horizontalAdvance(series[m_rows[index].series].ticker) + 6);
     const double priceWidth = 72;
     const double returnWidth = 68;
     double top = content.top() + headerHeight;
