@@ -34,8 +34,15 @@ HttpResponse MarketHandlers::handle(const HttpRequest& request) const
 HttpResponse MarketHandlers::tickers() const
 {
     // The app revalidates its universe at every start; a tag lets an unchanged one cost a 304.
-    return withEntityTag(
-        HttpResponse::json(encodeTickersResponse(tickersResponse(*m_market.universe(), m_market.dataSource()))));
+    const auto universe = m_market.universe();
+    const DataSource source = m_market.dataSource();
+    std::lock_guard lock(m_tickersMutex);
+    if (universe != m_tickersUniverse || source != m_tickersSource) {
+        m_tickersReply = withEntityTag(HttpResponse::json(encodeTickersResponse(tickersResponse(*universe, source))));
+        m_tickersUniverse = universe;
+        m_tickersSource = source;
+    }
+    return m_tickersReply;
 }
 
 HttpResponse MarketHandlers::prices(const HttpRequest& request) const
@@ -62,7 +69,8 @@ HttpResponse MarketHandlers::related(const HttpRequest& request) const
 
 HttpResponse MarketHandlers::collections() const
 {
-    return withEntityTag(HttpResponse::json(curatedCatalogDocument()));
+    static const HttpResponse reply = withEntityTag(HttpResponse::json(curatedCatalogDocument()));
+    return reply;
 }
 
 } // namespace tessary::server

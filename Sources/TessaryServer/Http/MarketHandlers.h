@@ -6,6 +6,8 @@
 #include <QDateTime>
 
 #include <functional>
+#include <memory>
+#include <mutex>
 
 namespace tessary::server {
 
@@ -29,6 +31,12 @@ public:
 private:
     const MarketReader& m_market;
     Clock m_clock;
+    // /tickers is encoded and tagged once per universe snapshot (a new one comes only with an
+    // import), not for every app that starts and revalidates.
+    mutable std::mutex m_tickersMutex;
+    mutable std::shared_ptr<const Universe> m_tickersUniverse;
+    mutable DataSource m_tickersSource = DataSource::simulated;
+    mutable HttpResponse m_tickersReply;
 };
 
 } // namespace tessary::server
