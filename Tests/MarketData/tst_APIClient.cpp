@@ -88,6 +88,7 @@ private Q_SLOTS:
     void slowServerWithinTimeoutSucceeds();
     void cancellationAbortsTheRequest();
     void cancelledBeforeStartNeverSends();
+    void networkGoneEndsTheRequest();
     void refusedConnectionIsTransportError();
     void environmentServiceURLs_data();
     void environmentServiceURLs();
@@ -316,6 +317,20 @@ void APIClientTests::cancelledBeforeStartNeverSends()
     QTRY_VERIFY(m_server->idle());
     QCOMPARE(m_server->requests().size(), 1);
     QCOMPARE(m_server->requests().front().path, u"/tickers"_qs);
+}
+
+// Closing a window deletes its network manager with the replies in flight: the requests must
+// still end, or their coroutines wait forever and everything they hold leaks.
+void APIClientTests::networkGoneEndsTheRequest()
+{
+    m_server->script(u"/prices"_qs, ScriptedReply::silent());
+    auto* network = new QNetworkAccessManager;
+    const APIClient client(m_server->baseUrl(), network);
+    QTimer::singleShot(100ms, network, &QObject::deleteLater);
+    const auto result = runTask(client.prices({ u"AAPL"_qs }, Timeframe::oneYear, std::nullopt, false));
+    QVERIFY2(result, "the request outlived its network manager");
+    QVERIFY(!*result);
+    QVERIFY2(result->error().isCancelled(), qPrintable(test::failureText(*result)));
 }
 
 void APIClientTests::refusedConnectionIsTransportError()

@@ -227,8 +227,7 @@ QCoro::Task<std::expected<AccountReply, AccountError>> AccountService::send(
     for (const auto& [name, value] : headers)
         request.setRawHeader(name, value);
     const OwnedReply reply(m_network->sendCustomRequest(request, method, body.value_or(QByteArray())));
-    co_await reply.get();
-    if (!self)
+    if (!co_await reply.finished() || !self)
         co_return std::unexpected(AccountError::cancelled());
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (!status.isValid())

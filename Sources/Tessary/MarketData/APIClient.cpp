@@ -57,9 +57,9 @@ QCoro::Task<MarketDataResult<ReplyBody>> send(
     const auto* bounds
         = new ReplyBounds(reply.get(), std::chrono::milliseconds(request.transferTimeout()), APIClient::largestBody);
     cancellation.attach(reply.get());
-    co_await reply.get();
+    const bool finished = co_await reply.finished();
     cancellation.detach();
-    if (cancellation.isCancelled())
+    if (!finished || cancellation.isCancelled())
         co_return std::unexpected(RequestCancelled {});
     if (bounds->cutOff())
         co_return std::unexpected(*bounds->cutOff());

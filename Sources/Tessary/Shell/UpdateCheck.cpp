@@ -115,7 +115,8 @@ QCoro::Task<std::expected<UpdateCheckResult, UpdateError>> check(
     // A server that accepts the connection and then says nothing must not keep the user waiting.
     request.setTransferTimeout(static_cast<int>(timeout.count()));
     const OwnedReply reply(network->get(request));
-    co_await reply.get();
+    if (!co_await reply.finished())
+        co_return std::unexpected(UpdateError { QStringLiteral("the check was abandoned") });
 
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (status.isValid() && (status.toInt() < 200 || status.toInt() > 299))

@@ -84,8 +84,7 @@ QCoro::Task<> ReferenceData::loadCatalog(QNetworkAccessManager* network, QUrl we
     if (!m_catalogTag.isEmpty())
         request.setRawHeader("If-None-Match", m_catalogTag);
     const OwnedReply reply(network->get(request));
-    co_await reply.get();
-    if (!self)
+    if (!co_await reply.finished() || !self)
         co_return;
     // A 304 confirms the catalog held; anything else but a document keeps it too.
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
