@@ -55,16 +55,34 @@ void boolColumn(JsonWriter& json, const std::vector<bool>& column)
     json.endArray();
 }
 
-void writeSeries(JsonWriter& json, const TickerSeries& series)
+// The series of a list share their dates, but one series' text is longer than the 32 KB that
+// gzip looks back, so it cannot reuse the dates of the series before. Every other series
+// therefore lists its keys back to front: its dates then directly follow the previous series'
+// dates, and cost next to nothing. The app reads keys by name, in any order.
+void writeSeries(JsonWriter& json, const TickerSeries& series, bool datesFirst)
 {
+    const auto dates = [&] { json.key("dates").integerArray(series.dates); };
+    const auto performance = [&] {
+        json.key("performance");
+        chartValues(json, series.performance);
+    };
+    const auto adjClose = [&] {
+        if (series.adjClose) {
+            json.key("adjClose");
+            chartValues(json, *series.adjClose);
+        }
+    };
     json.beginObject();
-    json.key("ticker").string(series.ticker);
-    json.key("dates").integerArray(series.dates);
-    json.key("performance");
-    chartValues(json, series.performance);
-    if (series.adjClose) {
-        json.key("adjClose");
-        chartValues(json, *series.adjClose);
+    if (datesFirst) {
+        dates();
+        adjClose();
+        performance();
+        json.key("ticker").string(series.ticker);
+    } else {
+        json.key("ticker").string(series.ticker);
+        performance();
+        adjClose();
+        dates();
     }
     json.endObject();
 }
@@ -107,8 +125,8 @@ QByteArray encodePricesResponse(const PricesResponse& response)
     json.endObject();
 
     json.key("series").beginArray();
-    for (const TickerSeries& series : response.series)
-        writeSeries(json, series);
+    for (std::size_t i = 0; i < response.series.size(); ++i)
+        writeSeries(json, response.series[i], i % 2 == 1);
     json.endArray();
 
     json.key("rankings").beginArray();
