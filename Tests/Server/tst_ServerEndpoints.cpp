@@ -102,6 +102,8 @@ private Q_SLOTS:
     void initTestCase();
     void chartNumbers_data();
     void chartNumbers();
+    void returnNumbers_data();
+    void returnNumbers();
     void statusAndError_data();
     void statusAndError();
     void skipUnknownListsSymbolsAndKeepsKnownOnes();
@@ -169,6 +171,34 @@ void ServerEndpointTests::chartNumbers()
     QFETCH(QString, text);
     JsonWriter json;
     json.beginArray().number(value, JsonWriter::chartDigits).number(value, JsonWriter::chartDigits).endArray();
+    QCOMPARE(QString::fromLatin1(json.take()), QStringLiteral("[%1,%1]").arg(text));
+}
+
+void ServerEndpointTests::returnNumbers_data()
+{
+    // Written to eight significant digits of the growth factor 1 + r.
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("zero") << 0.0 << "0";
+    QTest::newRow("small gain: seven places") << 0.0012345678 << "0.0012346";
+    QTest::newRow("small loss: eight places") << -0.0183647123 << "-0.01836471";
+    QTest::newRow("half the value lost") << -0.512345678 << "-0.51234568";
+    QTest::newRow("tenfold: six places") << 12.3456789 << "12.345679";
+    QTest::newRow("nearly all lost: the factor's digits") << -0.9512345678 << "-0.951234568";
+    QTest::newRow("below a factor of 0.001: its steps") << -0.99999987654 << "-0.9999998765";
+    QTest::newRow("rounds to nothing, without a sign") << -4e-9 << "0";
+    QTest::newRow("rounding carries") << 0.99999999 << "1";
+    QTest::newRow("huge falls back to an exponent") << 2.5e20 << "2.5e+20";
+    QTest::newRow("NaN is no value") << std::numeric_limits<double>::quiet_NaN() << "null";
+}
+
+void ServerEndpointTests::returnNumbers()
+{
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    const std::optional<double> values[] = { value, value };
+    JsonWriter json;
+    json.returnArray(values, JsonWriter::chartDigits);
     QCOMPARE(QString::fromLatin1(json.take()), QStringLiteral("[%1,%1]").arg(text));
 }
 
@@ -272,8 +302,8 @@ void ServerEndpointTests::pricesBodyHasTheWireShape()
     // Daily bars sit at midnight UTC of their trading day.
     QCOMPARE(aaa[u"dates"][0].toInteger(),
         QDateTime(QDate(2020, 12, 31), QTime(0, 0), QTimeZone::utc()).toMSecsSinceEpoch());
-    // Chart values travel with eight significant digits.
-    QVERIFY(std::abs(aaa[u"performance"][3].toDouble() - (13.0 / 11.0 - 1.0)) < 1e-8);
+    // Returns travel with eight significant digits of their growth factor.
+    QCOMPARE(aaa[u"performance"][3].toDouble(), 0.1818182);
 
     // Returns against a zero price are points without a value, not a broken document.
     const QJsonObject zero = body[u"series"][1].toObject();

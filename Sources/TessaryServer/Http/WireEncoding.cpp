@@ -62,10 +62,7 @@ void boolColumn(JsonWriter& json, const std::vector<bool>& column)
 void writeSeries(JsonWriter& json, const TickerSeries& series, bool datesFirst)
 {
     const auto dates = [&] { json.key("dates").integerArray(series.dates); };
-    const auto performance = [&] {
-        json.key("performance");
-        chartValues(json, series.performance);
-    };
+    const auto performance = [&] { json.key("performance").returnArray(series.performance, JsonWriter::chartDigits); };
     const auto adjClose = [&] {
         if (series.adjClose) {
             json.key("adjClose");
