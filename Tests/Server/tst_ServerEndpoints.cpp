@@ -442,6 +442,8 @@ void ServerEndpointTests::gzipWhenAcceptedAndWorthIt_data()
     QTest::newRow("accepted with a weight") << catalog << QByteArrayLiteral("br;q=1.0, GZIP;q=0.5") << true;
     QTest::newRow("refused by weight") << catalog << QByteArrayLiteral("gzip;q=0") << false;
     QTest::newRow("not offered") << catalog << QByteArrayLiteral("identity") << false;
+    QTest::newRow("prices, the number arrays coded apart")
+        << QStringLiteral("/prices?tickers=AAA,ETF,ZERO&preset=YTD") << QByteArrayLiteral("gzip") << true;
     QTest::newRow("body under a kilobyte") << QStringLiteral("/tickers") << QByteArrayLiteral("gzip") << false;
 }
 

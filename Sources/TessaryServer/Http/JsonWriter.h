@@ -43,6 +43,8 @@ public:
     // `significantDigits`: the digits the chart and the readout can show, and no more.
     JsonWriter& returnArray(std::span<const std::optional<double>> values, int significantDigits);
 
+    // Bytes written so far: where the next one goes.
+    qsizetype size() const { return m_size; }
     QByteArray take();
 
 private:

@@ -31,11 +31,6 @@ void stringArray(JsonWriter& json, const QStringList& values)
     json.endArray();
 }
 
-void chartValues(JsonWriter& json, const OptionalValues& values)
-{
-    json.numberArray(values, JsonWriter::chartDigits);
-}
-
 void optionalStringColumn(
     JsonWriter& json, std::string_view key, const std::optional<std::vector<std::optional<QString>>>& column)
 {
@@ -55,18 +50,37 @@ void boolColumn(JsonWriter& json, const std::vector<bool>& column)
     json.endArray();
 }
 
+// Marks the text written since `begin` as literal, joined to the range before it when only
+// keys lie between them: a switch of coding costs more than those few bytes.
+void markLiteral(ByteRanges& ranges, qsizetype begin, const JsonWriter& json)
+{
+    constexpr qsizetype joinedGap = 64;
+    if (!ranges.isEmpty() && begin - ranges.back().second <= joinedGap)
+        ranges.back().second = json.size();
+    else
+        ranges.append({ begin, json.size() });
+}
+
 // The series of a list share their dates, but one series' text is longer than the 32 KB that
 // gzip looks back, so it cannot reuse the dates of the series before. Every other series
 // therefore lists its keys back to front: its dates then directly follow the previous series'
-// dates, and cost next to nothing. The app reads keys by name, in any order.
-void writeSeries(JsonWriter& json, const TickerSeries& series, bool datesFirst)
+// dates, and cost next to nothing. The app reads keys by name, in any order. The returns and
+// closes are digits that hardly repeat: they go in `literal`.
+void writeSeries(JsonWriter& json, const TickerSeries& series, bool datesFirst, ByteRanges& literal)
 {
     const auto dates = [&] { json.key("dates").integerArray(series.dates); };
-    const auto performance = [&] { json.key("performance").returnArray(series.performance, JsonWriter::chartDigits); };
+    const auto performance = [&] {
+        json.key("performance");
+        const qsizetype begin = json.size();
+        json.returnArray(series.performance, JsonWriter::chartDigits);
+        markLiteral(literal, begin, json);
+    };
     const auto adjClose = [&] {
         if (series.adjClose) {
             json.key("adjClose");
-            chartValues(json, *series.adjClose);
+            const qsizetype begin = json.size();
+            json.numberArray(*series.adjClose, JsonWriter::chartDigits);
+            markLiteral(literal, begin, json);
         }
     };
     json.beginObject();
@@ -107,8 +121,9 @@ void writeRanking(JsonWriter& json, const TickerRanking& ranking)
 
 } // namespace
 
-QByteArray encodePricesResponse(const PricesResponse& response)
+EncodedPrices encodePricesResponse(const PricesResponse& response)
 {
+    EncodedPrices encoded;
     qsizetype points = 0;
     for (const TickerSeries& series : response.series)
         points += static_cast<qsizetype>(series.dates.size());
@@ -123,7 +138,7 @@ QByteArray encodePricesResponse(const PricesResponse& response)
 
     json.key("series").beginArray();
     for (std::size_t i = 0; i < response.series.size(); ++i)
-        writeSeries(json, response.series[i], i % 2 == 1);
+        writeSeries(json, response.series[i], i % 2 == 1, encoded.literalRanges);
     json.endArray();
 
     json.key("rankings").beginArray();
@@ -145,7 +160,8 @@ QByteArray encodePricesResponse(const PricesResponse& response)
     optionalText(json, "data_provider", response.dataProvider);
     optionalText(json, "data_refreshed_at", response.dataRefreshedAt);
     json.endObject();
-    return json.take();
+    encoded.body = json.take();
+    return encoded;
 }
 
 TickersResponse tickersResponse(const std::vector<TickerInfo>& universe, DataSource source)
