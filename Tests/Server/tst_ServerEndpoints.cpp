@@ -1,4 +1,5 @@
 #include "MemoryMarket.h"
+#include "TessaryServer/Http/Gzip.h"
 #include "TessaryServer/Http/HttpTransport.h"
 #include "TessaryServer/Http/JsonWriter.h"
 #include "TessaryServer/Http/MarketHandlers.h"
@@ -20,6 +21,9 @@
 #include <atomic>
 #include <cmath>
 #include <limits>
+#include <random>
+
+#include <zlib.h>
 
 using namespace tessary;
 using namespace tessary::server;
@@ -114,6 +118,8 @@ private Q_SLOTS:
     void engineReportsABusyPort();
     void gzipWhenAcceptedAndWorthIt_data();
     void gzipWhenAcceptedAndWorthIt();
+    void gzipPartsJoinIntoOneMember_data();
+    void gzipPartsJoinIntoOneMember();
     void unchangedDocumentsAnswer304_data();
     void unchangedDocumentsAnswer304();
 
@@ -430,6 +436,61 @@ QUrl ServerEndpointTests::engineURL(const QString& pathAndQuery)
             qWarning("the service did not start");
     }
     return m_engine->url().value_or(QUrl()).resolved(QUrl(pathAndQuery));
+}
+
+void ServerEndpointTests::gzipPartsJoinIntoOneMember_data()
+{
+    QTest::addColumn<int>("threads");
+    QTest::addColumn<QString>("literal"); // none, the digit runs, or one range over both joins
+    QTest::newRow("one part") << 1 << "digits";
+    QTest::newRow("three parts") << 3 << "none";
+    QTest::newRow("three parts, the digits literal") << 3 << "digits";
+    QTest::newRow("three parts, a literal range across the joins") << 3 << "middle";
+}
+
+void ServerEndpointTests::gzipPartsJoinIntoOneMember()
+{
+    QFETCH(int, threads);
+    QFETCH(QString, literal);
+    // Dates that repeat from one array to the next within deflate's reach, between runs of
+    // unrelated digits: seven megabytes, enough for three parts.
+    std::mt19937 random(7);
+    QByteArray dates;
+    for (qint64 day = 0; day < 1300; ++day)
+        dates += QByteArray::number(1'600'000'000'000 + day * 86'400'000) + ',';
+    QByteArray data;
+    ByteRanges ranges;
+    while (data.size() < 7'000'000) {
+        data += dates;
+        const qsizetype begin = data.size();
+        for (int i = 0; i < 1000; ++i)
+            data += QByteArray::number(std::uniform_real_distribution<double>(0, 500)(random), 'f', 5) + ',';
+        ranges.append({ begin, data.size() });
+    }
+    if (literal == u"none")
+        ranges.clear();
+    if (literal == u"middle")
+        ranges = { { data.size() / 4, data.size() * 3 / 4 } };
+    const QByteArray coded = gzip(data, 1, ranges, threads);
+    QVERIFY(coded.startsWith("\x1f\x8b"));
+
+    // zlib checks the CRC and the length in the trailer as it reads.
+    z_stream stream {};
+    QCOMPARE(inflateInit2(&stream, 15 + 16), Z_OK);
+    QByteArray plain(data.size() + 1, Qt::Uninitialized);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(coded.data()));
+    stream.avail_in = static_cast<uInt>(coded.size());
+    stream.next_out = reinterpret_cast<Bytef*>(plain.data());
+    stream.avail_out = static_cast<uInt>(plain.size());
+    const int result = inflate(&stream, Z_FINISH);
+    plain.truncate(static_cast<qsizetype>(stream.total_out));
+    inflateEnd(&stream);
+    QCOMPARE(result, Z_STREAM_END);
+    QCOMPARE(stream.avail_in, 0U);
+    QVERIFY(plain == data);
+    // Each part sees the text before it: a join costs a block's code tables, not the repeats
+    // across it.
+    QVERIFY(coded.size() <= gzip(data, 1, ranges, 1).size() + 1024 * (threads - 1));
 }
 
 void ServerEndpointTests::gzipWhenAcceptedAndWorthIt_data()

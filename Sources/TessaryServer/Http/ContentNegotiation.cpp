@@ -1,8 +1,8 @@
 #include "ContentNegotiation.h"
 
-#include <QCryptographicHash>
+#include "Gzip.h"
 
-#include <zlib.h>
+#include <QCryptographicHash>
 
 namespace tessary::server {
 
@@ -51,43 +51,6 @@ bool acceptsGzip(const QByteArray& acceptEncoding)
         return true;
     }
     return false;
-}
-
-QByteArray gzip(QByteArrayView data, int level, const ByteRanges& literalRanges)
-{
-    z_stream stream {};
-    // 15 window bits plus 16: a gzip header and trailer instead of zlib's own.
-    if (deflateInit2(&stream, level, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-        return {};
-    // Each switch of coding closes a deflate block, whose successor starts with new code tables.
-    const auto bound = static_cast<qsizetype>(deflateBound(&stream, static_cast<uLong>(data.size())))
-        + literalRanges.size() * 2 * 320;
-    QByteArray out(bound, Qt::Uninitialized);
-    stream.next_out = reinterpret_cast<Bytef*>(out.data());
-    stream.avail_out = static_cast<uInt>(out.size());
-    const auto feed = [&](qsizetype from, qsizetype to) {
-        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data() + from));
-        stream.avail_in = static_cast<uInt>(to - from);
-        return deflate(&stream, Z_NO_FLUSH) != Z_STREAM_ERROR && stream.avail_in == 0;
-    };
-    // Searching digits that do not repeat finds little and costs most of the time; coded symbol
-    // by symbol they come out as small. The searching resumes for the text between them.
-    bool fed = true;
-    qsizetype done = 0;
-    for (const auto& [begin, end] : literalRanges) {
-        fed = fed && feed(done, begin) && deflateParams(&stream, level, Z_HUFFMAN_ONLY) == Z_OK && feed(begin, end)
-            && deflateParams(&stream, level, Z_DEFAULT_STRATEGY) == Z_OK;
-        done = end;
-    }
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data() + done));
-    stream.avail_in = static_cast<uInt>(data.size() - done);
-    const int result = fed ? deflate(&stream, Z_FINISH) : Z_STREAM_ERROR;
-    const auto written = static_cast<qsizetype>(stream.total_out);
-    deflateEnd(&stream);
-    if (result != Z_STREAM_END)
-        return {};
-    out.truncate(written);
-    return out;
 }
 
 HttpResponse ContentNegotiation::apply(const HttpRequest& request, HttpResponse response) const

@@ -27,8 +27,5 @@ QByteArray entityTag(QByteArrayView body);
 HttpResponse withEntityTag(HttpResponse response);
 // Whether an Accept-Encoding value admits gzip (listed, and not with q=0).
 bool acceptsGzip(const QByteArray& acceptEncoding);
-// `data` as a gzip member at zlib `level`, its `literalRanges` (ascending, apart) only
-// entropy-coded; empty when zlib fails.
-QByteArray gzip(QByteArrayView data, int level, const ByteRanges& literalRanges = {});
 
 } // namespace tessary::server
