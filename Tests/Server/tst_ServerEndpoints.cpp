@@ -108,6 +108,7 @@ private Q_SLOTS:
     void chartNumbers();
     void returnNumbers_data();
     void returnNumbers();
+    void repeatedValueOutgrowsTheBuffer();
     void statusAndError_data();
     void statusAndError();
     void skipUnknownListsSymbolsAndKeepsKnownOnes();
@@ -206,6 +207,20 @@ void ServerEndpointTests::returnNumbers()
     JsonWriter json;
     json.returnArray(values, JsonWriter::chartDigits);
     QCOMPARE(QString::fromLatin1(json.take()), QStringLiteral("[%1,%1]").arg(text));
+}
+
+void ServerEndpointTests::repeatedValueOutgrowsTheBuffer()
+{
+    const std::vector<qint64> dates(40, 1'704'153'600'000);
+    JsonWriter json;
+    json.beginArray();
+    const qsizetype begin = json.size();
+    json.integerArray(dates);
+    const qsizetype end = json.size();
+    json.repeat(begin, end).repeat(begin, end).endArray();
+    const QByteArray text = json.take();
+    const QByteArray one = text.mid(begin, end - begin);
+    QCOMPARE(text, '[' + one + ',' + one + ',' + one + ']');
 }
 
 void ServerEndpointTests::statusAndError_data()

@@ -281,6 +281,17 @@ JsonWriter& JsonWriter::optionalString(const std::optional<QString>& value)
     return value ? string(*value) : null();
 }
 
+JsonWriter& JsonWriter::repeat(qsizetype begin, qsizetype end)
+{
+    separate();
+    const qsizetype length = end - begin;
+    // Room first: growing moves the bytes being copied.
+    char* out = reserve(length);
+    std::memcpy(out, m_out.constData() + begin, static_cast<std::size_t>(length));
+    m_size += length;
+    return *this;
+}
+
 JsonWriter& JsonWriter::integerArray(std::span<const qint64> values)
 {
     beginArray();

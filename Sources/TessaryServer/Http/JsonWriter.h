@@ -45,6 +45,8 @@ public:
 
     // Bytes written so far: where the next one goes.
     qsizetype size() const { return m_size; }
+    // A value written before, at [begin, end), once more.
+    JsonWriter& repeat(qsizetype begin, qsizetype end);
     QByteArray take();
 
 private:

@@ -66,9 +66,26 @@ void markLiteral(ByteRanges& ranges, qsizetype begin, const JsonWriter& json)
 // therefore lists its keys back to front: its dates then directly follow the previous series'
 // dates, and cost next to nothing. The app reads keys by name, in any order. The returns and
 // closes are digits that hardly repeat: they go in `literal`.
-void writeSeries(JsonWriter& json, const TickerSeries& series, bool datesFirst, ByteRanges& literal)
+// Where the last dates array went: the series of a list mostly share their dates, and copying
+// the text is cheaper than formatting it again.
+struct WrittenDates {
+    const std::vector<qint64>* dates = nullptr;
+    qsizetype begin = 0;
+    qsizetype end = 0;
+};
+
+void writeSeries(
+    JsonWriter& json, const TickerSeries& series, bool datesFirst, ByteRanges& literal, WrittenDates& written)
 {
-    const auto dates = [&] { json.key("dates").integerArray(series.dates); };
+    const auto dates = [&] {
+        json.key("dates");
+        const qsizetype begin = json.size();
+        if (written.dates && *written.dates == series.dates)
+            json.repeat(written.begin, written.end);
+        else
+            json.integerArray(series.dates);
+        written = { &series.dates, begin, json.size() };
+    };
     const auto performance = [&] {
         json.key("performance");
         const qsizetype begin = json.size();
@@ -137,8 +154,9 @@ EncodedPrices encodePricesResponse(const PricesResponse& response)
     json.endObject();
 
     json.key("series").beginArray();
+    WrittenDates written;
     for (std::size_t i = 0; i < response.series.size(); ++i)
-        writeSeries(json, response.series[i], i % 2 == 1, encoded.literalRanges);
+        writeSeries(json, response.series[i], i % 2 == 1, encoded.literalRanges, written);
     json.endArray();
 
     json.key("rankings").beginArray();
