@@ -61,11 +61,6 @@ void markLiteral(ByteRanges& ranges, qsizetype begin, const JsonWriter& json)
         ranges.append({ begin, json.size() });
 }
 
-// The series of a list share their dates, but one series' text is longer than the 32 KB that
-// gzip looks back, so it cannot reuse the dates of the series before. Every other series
-// therefore lists its keys back to front: its dates then directly follow the previous series'
-// dates, and cost next to nothing. The app reads keys by name, in any order. The returns and
-// closes are digits that hardly repeat: they go in `literal`.
 // Where the last dates array went: the series of a list mostly share their dates, and copying
 // the text is cheaper than formatting it again.
 struct WrittenDates {
@@ -74,6 +69,11 @@ struct WrittenDates {
     qsizetype end = 0;
 };
 
+// The series of a list share their dates, but one series' text is longer than the 32 KB that
+// gzip looks back, so it cannot reuse the dates of the series before. Every other series
+// therefore lists its keys back to front: its dates then directly follow the previous series'
+// dates, and cost next to nothing. The app reads keys by name, in any order. The returns and
+// closes are digits that hardly repeat: they go in `literal`.
 void writeSeries(
     JsonWriter& json, const TickerSeries& series, bool datesFirst, ByteRanges& literal, WrittenDates& written)
 {
