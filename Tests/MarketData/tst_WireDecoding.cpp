@@ -92,6 +92,7 @@ void WireDecodingTests::bodies_data()
     QTest::newRow("prices minimal") << "prices-minimal.json" << true << "";
     QTest::newRow("prices full") << "prices-full.json" << true << "";
     QTest::newRow("prices optional nulls") << "prices-optional-nulls.json" << true << "";
+    QTest::newRow("series keys in any order") << "prices-keys-any-order.json" << true << "";
     QTest::newRow("ticker is a number") << "prices-ticker-number.json" << false << "series[1].ticker";
     QTest::newRow("performance string") << "prices-performance-string.json" << false << "series[0].performance[2]";
     QTest::newRow("performance bool") << "prices-performance-bool.json" << false << "series[1].performance[1]";

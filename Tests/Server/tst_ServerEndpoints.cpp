@@ -1,4 +1,5 @@
 #include "MemoryMarket.h"
+#include "TessaryServer/Http/Gzip.h"
 #include "TessaryServer/Http/HttpTransport.h"
 #include "TessaryServer/Http/JsonWriter.h"
 #include "TessaryServer/Http/MarketHandlers.h"
@@ -20,6 +21,9 @@
 #include <atomic>
 #include <cmath>
 #include <limits>
+#include <random>
+
+#include <zlib.h>
 
 using namespace tessary;
 using namespace tessary::server;
@@ -102,6 +106,9 @@ private Q_SLOTS:
     void initTestCase();
     void chartNumbers_data();
     void chartNumbers();
+    void returnNumbers_data();
+    void returnNumbers();
+    void repeatedValueOutgrowsTheBuffer();
     void statusAndError_data();
     void statusAndError();
     void skipUnknownListsSymbolsAndKeepsKnownOnes();
@@ -112,6 +119,8 @@ private Q_SLOTS:
     void engineReportsABusyPort();
     void gzipWhenAcceptedAndWorthIt_data();
     void gzipWhenAcceptedAndWorthIt();
+    void gzipPartsJoinIntoOneMember_data();
+    void gzipPartsJoinIntoOneMember();
     void unchangedDocumentsAnswer304_data();
     void unchangedDocumentsAnswer304();
 
@@ -170,6 +179,48 @@ void ServerEndpointTests::chartNumbers()
     JsonWriter json;
     json.beginArray().number(value, JsonWriter::chartDigits).number(value, JsonWriter::chartDigits).endArray();
     QCOMPARE(QString::fromLatin1(json.take()), QStringLiteral("[%1,%1]").arg(text));
+}
+
+void ServerEndpointTests::returnNumbers_data()
+{
+    // Written to eight significant digits of the growth factor 1 + r.
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("zero") << 0.0 << "0";
+    QTest::newRow("small gain: seven places") << 0.0012345678 << "0.0012346";
+    QTest::newRow("small loss: eight places") << -0.0183647123 << "-0.01836471";
+    QTest::newRow("half the value lost") << -0.512345678 << "-0.51234568";
+    QTest::newRow("tenfold: six places") << 12.3456789 << "12.345679";
+    QTest::newRow("nearly all lost: the factor's digits") << -0.9512345678 << "-0.951234568";
+    QTest::newRow("below a factor of 0.001: its steps") << -0.99999987654 << "-0.9999998765";
+    QTest::newRow("rounds to nothing, without a sign") << -4e-9 << "0";
+    QTest::newRow("rounding carries") << 0.99999999 << "1";
+    QTest::newRow("huge falls back to an exponent") << 2.5e20 << "2.5e+20";
+    QTest::newRow("NaN is no value") << std::numeric_limits<double>::quiet_NaN() << "null";
+}
+
+void ServerEndpointTests::returnNumbers()
+{
+    QFETCH(double, value);
+    QFETCH(QString, text);
+    const std::optional<double> values[] = { value, value };
+    JsonWriter json;
+    json.returnArray(values, JsonWriter::chartDigits);
+    QCOMPARE(QString::fromLatin1(json.take()), QStringLiteral("[%1,%1]").arg(text));
+}
+
+void ServerEndpointTests::repeatedValueOutgrowsTheBuffer()
+{
+    const std::vector<qint64> dates(40, 1'704'153'600'000);
+    JsonWriter json;
+    json.beginArray();
+    const qsizetype begin = json.size();
+    json.integerArray(dates);
+    const qsizetype end = json.size();
+    json.repeat(begin, end).repeat(begin, end).endArray();
+    const QByteArray text = json.take();
+    const QByteArray one = text.mid(begin, end - begin);
+    QCOMPARE(text, '[' + one + ',' + one + ',' + one + ']');
 }
 
 void ServerEndpointTests::statusAndError_data()
@@ -272,8 +323,8 @@ void ServerEndpointTests::pricesBodyHasTheWireShape()
     // Daily bars sit at midnight UTC of their trading day.
     QCOMPARE(aaa[u"dates"][0].toInteger(),
         QDateTime(QDate(2020, 12, 31), QTime(0, 0), QTimeZone::utc()).toMSecsSinceEpoch());
-    // Chart values travel with eight significant digits.
-    QVERIFY(std::abs(aaa[u"performance"][3].toDouble() - (13.0 / 11.0 - 1.0)) < 1e-8);
+    // Returns travel with eight significant digits of their growth factor.
+    QCOMPARE(aaa[u"performance"][3].toDouble(), 0.1818182);
 
     // Returns against a zero price are points without a value, not a broken document.
     const QJsonObject zero = body[u"series"][1].toObject();
@@ -402,6 +453,61 @@ QUrl ServerEndpointTests::engineURL(const QString& pathAndQuery)
     return m_engine->url().value_or(QUrl()).resolved(QUrl(pathAndQuery));
 }
 
+void ServerEndpointTests::gzipPartsJoinIntoOneMember_data()
+{
+    QTest::addColumn<int>("threads");
+    QTest::addColumn<QString>("literal"); // none, the digit runs, or one range over both joins
+    QTest::newRow("one part") << 1 << "digits";
+    QTest::newRow("three parts") << 3 << "none";
+    QTest::newRow("three parts, the digits literal") << 3 << "digits";
+    QTest::newRow("three parts, a literal range across the joins") << 3 << "middle";
+}
+
+void ServerEndpointTests::gzipPartsJoinIntoOneMember()
+{
+    QFETCH(int, threads);
+    QFETCH(QString, literal);
+    // Dates that repeat from one array to the next within deflate's reach, between runs of
+    // unrelated digits: seven megabytes, enough for three parts.
+    std::mt19937 random(7);
+    QByteArray dates;
+    for (qint64 day = 0; day < 1300; ++day)
+        dates += QByteArray::number(1'600'000'000'000 + day * 86'400'000) + ',';
+    QByteArray data;
+    ByteRanges ranges;
+    while (data.size() < 7'000'000) {
+        data += dates;
+        const qsizetype begin = data.size();
+        for (int i = 0; i < 1000; ++i)
+            data += QByteArray::number(std::uniform_real_distribution<double>(0, 500)(random), 'f', 5) + ',';
+        ranges.append({ begin, data.size() });
+    }
+    if (literal == u"none")
+        ranges.clear();
+    if (literal == u"middle")
+        ranges = { { data.size() / 4, data.size() * 3 / 4 } };
+    const QByteArray coded = gzip(data, 1, ranges, threads);
+    QVERIFY(coded.startsWith("\x1f\x8b"));
+
+    // zlib checks the CRC and the length in the trailer as it reads.
+    z_stream stream {};
+    QCOMPARE(inflateInit2(&stream, 15 + 16), Z_OK);
+    QByteArray plain(data.size() + 1, Qt::Uninitialized);
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(coded.data()));
+    stream.avail_in = static_cast<uInt>(coded.size());
+    stream.next_out = reinterpret_cast<Bytef*>(plain.data());
+    stream.avail_out = static_cast<uInt>(plain.size());
+    const int result = inflate(&stream, Z_FINISH);
+    plain.truncate(static_cast<qsizetype>(stream.total_out));
+    inflateEnd(&stream);
+    QCOMPARE(result, Z_STREAM_END);
+    QCOMPARE(stream.avail_in, 0U);
+    QVERIFY(plain == data);
+    // Each part sees the text before it: a join costs a block's code tables, not the repeats
+    // across it.
+    QVERIFY(coded.size() <= gzip(data, 1, ranges, 1).size() + 1024 * (threads - 1));
+}
+
 void ServerEndpointTests::gzipWhenAcceptedAndWorthIt_data()
 {
     QTest::addColumn<QString>("path");
@@ -412,6 +518,8 @@ void ServerEndpointTests::gzipWhenAcceptedAndWorthIt_data()
     QTest::newRow("accepted with a weight") << catalog << QByteArrayLiteral("br;q=1.0, GZIP;q=0.5") << true;
     QTest::newRow("refused by weight") << catalog << QByteArrayLiteral("gzip;q=0") << false;
     QTest::newRow("not offered") << catalog << QByteArrayLiteral("identity") << false;
+    QTest::newRow("prices, the number arrays coded apart")
+        << QStringLiteral("/prices?tickers=AAA,ETF,ZERO&preset=YTD") << QByteArrayLiteral("gzip") << true;
     QTest::newRow("body under a kilobyte") << QStringLiteral("/tickers") << QByteArrayLiteral("gzip") << false;
 }
 

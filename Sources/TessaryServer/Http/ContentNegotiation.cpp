@@ -1,8 +1,8 @@
 #include "ContentNegotiation.h"
 
-#include <QCryptographicHash>
+#include "Gzip.h"
 
-#include <zlib.h>
+#include <QCryptographicHash>
 
 namespace tessary::server {
 
@@ -53,26 +53,6 @@ bool acceptsGzip(const QByteArray& acceptEncoding)
     return false;
 }
 
-QByteArray gzip(QByteArrayView data, int level)
-{
-    z_stream stream {};
-    // 15 window bits plus 16: a gzip header and trailer instead of zlib's own.
-    if (deflateInit2(&stream, level, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-        return {};
-    QByteArray out(static_cast<qsizetype>(deflateBound(&stream, static_cast<uLong>(data.size()))), Qt::Uninitialized);
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data()));
-    stream.avail_in = static_cast<uInt>(data.size());
-    stream.next_out = reinterpret_cast<Bytef*>(out.data());
-    stream.avail_out = static_cast<uInt>(out.size());
-    const int result = deflate(&stream, Z_FINISH);
-    const auto written = static_cast<qsizetype>(stream.total_out);
-    deflateEnd(&stream);
-    if (result != Z_STREAM_END)
-        return {};
-    out.truncate(written);
-    return out;
-}
-
 HttpResponse ContentNegotiation::apply(const HttpRequest& request, HttpResponse response) const
 {
     const bool readOnly = request.method == "GET" || request.method == "HEAD";
@@ -92,10 +72,11 @@ HttpResponse ContentNegotiation::apply(const HttpRequest& request, HttpResponse 
     const auto accepted = request.header("Accept-Encoding");
     if (!accepted || !acceptsGzip(*accepted))
         return response;
-    QByteArray coded = gzip(response.body, gzipLevel);
+    QByteArray coded = gzip(response.body, gzipLevel, response.literalRanges);
     if (coded.isEmpty())
         return response;
     response.body = std::move(coded);
+    response.literalRanges.clear();
     response.headers.emplace_back(QByteArrayLiteral("Content-Encoding"), QByteArrayLiteral("gzip"));
     return response;
 }

@@ -11,6 +11,8 @@ namespace tessary::server {
 
 using QueryItems = QList<std::pair<QString, QString>>;
 using HeaderList = QList<std::pair<QByteArray, QByteArray>>;
+// Byte ranges [begin, end) of a body.
+using ByteRanges = QList<std::pair<qsizetype, qsizetype>>;
 
 // A request as the handlers see it: already parsed, no socket in sight.
 struct HttpRequest {
@@ -33,6 +35,9 @@ struct HttpResponse {
     QByteArray contentType;
     QByteArray body;
     HeaderList headers; // beyond Content-Type and Content-Length
+    // Where `body` holds text that seldom repeats, such as long arrays of unrelated decimals:
+    // gzip codes these ranges symbol by symbol instead of searching them for repeats.
+    ByteRanges literalRanges;
 
     // The first value of a header, whatever the case of its name.
     std::optional<QByteArray> header(QByteArrayView name) const;

@@ -39,7 +39,14 @@ public:
     // Whole arrays in one go: the bulk of a prices reply.
     JsonWriter& integerArray(std::span<const qint64> values);
     JsonWriter& numberArray(std::span<const std::optional<double>> values, int significantDigits);
+    // Returns (0.12 for +12%) to the precision of their growth factor 1 + r at
+    // `significantDigits`: the digits the chart and the readout can show, and no more.
+    JsonWriter& returnArray(std::span<const std::optional<double>> values, int significantDigits);
 
+    // Bytes written so far: where the next one goes.
+    qsizetype size() const { return m_size; }
+    // A value written before, at [begin, end), once more.
+    JsonWriter& repeat(qsizetype begin, qsizetype end);
     QByteArray take();
 
 private:

@@ -54,7 +54,10 @@ HttpResponse MarketHandlers::prices(const HttpRequest& request) const
     const auto response = computePrices(m_market, *query);
     if (!response)
         return HttpResponse::error(404, response.error().description());
-    return HttpResponse::json(encodePricesResponse(*response));
+    auto [body, literalRanges] = encodePricesResponse(*response);
+    HttpResponse reply = HttpResponse::json(std::move(body));
+    reply.literalRanges = std::move(literalRanges);
+    return reply;
 }
 
 HttpResponse MarketHandlers::related(const HttpRequest& request) const

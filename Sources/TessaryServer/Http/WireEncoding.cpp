@@ -31,11 +31,6 @@ void stringArray(JsonWriter& json, const QStringList& values)
     json.endArray();
 }
 
-void chartValues(JsonWriter& json, const OptionalValues& values)
-{
-    json.numberArray(values, JsonWriter::chartDigits);
-}
-
 void optionalStringColumn(
     JsonWriter& json, std::string_view key, const std::optional<std::vector<std::optional<QString>>>& column)
 {
@@ -55,16 +50,67 @@ void boolColumn(JsonWriter& json, const std::vector<bool>& column)
     json.endArray();
 }
 
-void writeSeries(JsonWriter& json, const TickerSeries& series)
+// Marks the text written since `begin` as literal, joined to the range before it when only
+// keys lie between them: a switch of coding costs more than those few bytes.
+void markLiteral(ByteRanges& ranges, qsizetype begin, const JsonWriter& json)
 {
+    constexpr qsizetype joinedGap = 64;
+    if (!ranges.isEmpty() && begin - ranges.back().second <= joinedGap)
+        ranges.back().second = json.size();
+    else
+        ranges.append({ begin, json.size() });
+}
+
+// Where the last dates array went: the series of a list mostly share their dates, and copying
+// the text is cheaper than formatting it again.
+struct WrittenDates {
+    const std::vector<qint64>* dates = nullptr;
+    qsizetype begin = 0;
+    qsizetype end = 0;
+};
+
+// The series of a list share their dates, but one series' text is longer than the 32 KB that
+// gzip looks back, so it cannot reuse the dates of the series before. Every other series
+// therefore lists its keys back to front: its dates then directly follow the previous series'
+// dates, and cost next to nothing. The app reads keys by name, in any order. The returns and
+// closes are digits that hardly repeat: they go in `literal`.
+void writeSeries(
+    JsonWriter& json, const TickerSeries& series, bool datesFirst, ByteRanges& literal, WrittenDates& written)
+{
+    const auto dates = [&] {
+        json.key("dates");
+        const qsizetype begin = json.size();
+        if (written.dates && *written.dates == series.dates)
+            json.repeat(written.begin, written.end);
+        else
+            json.integerArray(series.dates);
+        written = { &series.dates, begin, json.size() };
+    };
+    const auto performance = [&] {
+        json.key("performance");
+        const qsizetype begin = json.size();
+        json.returnArray(series.performance, JsonWriter::chartDigits);
+        markLiteral(literal, begin, json);
+    };
+    const auto adjClose = [&] {
+        if (series.adjClose) {
+            json.key("adjClose");
+            const qsizetype begin = json.size();
+            json.numberArray(*series.adjClose, JsonWriter::chartDigits);
+            markLiteral(literal, begin, json);
+        }
+    };
     json.beginObject();
-    json.key("ticker").string(series.ticker);
-    json.key("dates").integerArray(series.dates);
-    json.key("performance");
-    chartValues(json, series.performance);
-    if (series.adjClose) {
-        json.key("adjClose");
-        chartValues(json, *series.adjClose);
+    if (datesFirst) {
+        dates();
+        adjClose();
+        performance();
+        json.key("ticker").string(series.ticker);
+    } else {
+        json.key("ticker").string(series.ticker);
+        performance();
+        adjClose();
+        dates();
     }
     json.endObject();
 }
@@ -92,8 +138,9 @@ void writeRanking(JsonWriter& json, const TickerRanking& ranking)
 
 } // namespace
 
-QByteArray encodePricesResponse(const PricesResponse& response)
+EncodedPrices encodePricesResponse(const PricesResponse& response)
 {
+    EncodedPrices encoded;
     qsizetype points = 0;
     for (const TickerSeries& series : response.series)
         points += static_cast<qsizetype>(series.dates.size());
@@ -107,8 +154,9 @@ QByteArray encodePricesResponse(const PricesResponse& response)
     json.endObject();
 
     json.key("series").beginArray();
-    for (const TickerSeries& series : response.series)
-        writeSeries(json, series);
+    WrittenDates written;
+    for (std::size_t i = 0; i < response.series.size(); ++i)
+        writeSeries(json, response.series[i], i % 2 == 1, encoded.literalRanges, written);
     json.endArray();
 
     json.key("rankings").beginArray();
@@ -130,7 +178,8 @@ QByteArray encodePricesResponse(const PricesResponse& response)
     optionalText(json, "data_provider", response.dataProvider);
     optionalText(json, "data_refreshed_at", response.dataRefreshedAt);
     json.endObject();
-    return json.take();
+    encoded.body = json.take();
+    return encoded;
 }
 
 TickersResponse tickersResponse(const std::vector<TickerInfo>& universe, DataSource source)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HttpExchange.h"
 #include "TessaryServer/MarketReader.h"
 #include "TessaryWire/WireRecords.h"
 
@@ -13,7 +14,12 @@ namespace tessary::server {
 // JSON bodies of the market-data endpoints, keyed exactly as the app decodes them. Optional
 // fields are left out when absent; inside `performance`, `adjClose` and `preset_returns` a
 // missing point is written as null so positions keep their meaning.
-QByteArray encodePricesResponse(const PricesResponse& response);
+struct EncodedPrices {
+    QByteArray body;
+    // The performance and adjClose arrays: digits that do not repeat (see HttpResponse).
+    ByteRanges literalRanges;
+};
+EncodedPrices encodePricesResponse(const PricesResponse& response);
 QByteArray encodeTickersResponse(const TickersResponse& response);
 QByteArray encodeRelatedResponse(const RelatedResponse& response);
 // {"error": "…"}
