@@ -334,6 +334,8 @@ void ChartViewTests::wideLinesMatchThePaintersStroke_data()
         return walk;
     }() << 2.0;
     QTest::newRow("running out of the clip") << QPolygonF { { -40, 10 }, { 60, 95 }, { 150, 120 } } << 1.0;
+    // As a line does when the chart is zoomed to other lines.
+    QTest::newRow("reaching far outside") << QPolygonF { { 10, 50 }, { 40, 60 }, { 60, 5e6 } } << 2.0;
 }
 
 void ChartViewTests::wideLinesMatchThePaintersStroke()

@@ -23,6 +23,13 @@ Q_ALWAYS_INLINE quint32 byteMul(quint32 x, quint32 a)
     return x | t;
 }
 
+// The pixel index `value` falls in, kept within [low, high] before it is turned into an int,
+// so a line mapped far outside the plot (zoomed to other lines) cannot overflow it.
+int pixelWithin(double value, int low, int high)
+{
+    return static_cast<int>(std::floor(std::clamp(value, double(low), double(high))));
+}
+
 quint32 premultiplied(const QColor& color)
 {
     return qPremultiply(color.rgba());
@@ -84,8 +91,8 @@ void ChartWideLine::stroke(std::span<const QPointF> points, double width, const 
         const double length2 = QPointF::dotProduct(d, d);
         const double left = std::min(a.x(), b.x());
         const double right = std::max(a.x(), b.x());
-        const int columnFirst = std::max(static_cast<int>(std::floor(left - reach)), m_clip.left());
-        const int columnLast = std::min(static_cast<int>(std::floor(right + reach)), m_clip.right());
+        const int columnFirst = pixelWithin(left - reach, m_clip.left(), m_clip.right() + 1);
+        const int columnLast = pixelWithin(right + reach, m_clip.left() - 1, m_clip.right());
         for (int x = columnFirst; x <= columnLast; ++x) {
             // The rows this column can touch: the segment's heights over the column's reach.
             const double xa = std::clamp(x - reach, left, right);
@@ -96,8 +103,8 @@ void ChartWideLine::stroke(std::span<const QPointF> points, double width, const 
                 ya = a.y() + (xa - a.x()) * d.y() / d.x();
                 yb = a.y() + (xb - a.x()) * d.y() / d.x();
             }
-            const int rowFirst = std::max(static_cast<int>(std::floor(std::min(ya, yb) - reach)), m_clip.top());
-            const int rowLast = std::min(static_cast<int>(std::floor(std::max(ya, yb) + reach)), m_clip.bottom());
+            const int rowFirst = pixelWithin(std::min(ya, yb) - reach, m_clip.top(), m_clip.bottom() + 1);
+            const int rowLast = pixelWithin(std::max(ya, yb) + reach, m_clip.top() - 1, m_clip.bottom());
             if (rowFirst > rowLast)
                 continue;
             const auto column = static_cast<std::size_t>(x - m_clip.left());
