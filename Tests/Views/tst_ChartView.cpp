@@ -1,13 +1,21 @@
+#include <QPainter>
 #include <QTest>
 #include <QTimeZone>
 
+#include <functional>
+
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Views/Chart/ChartFocus.h"
+#include "Tessary/Views/Chart/ChartLayers.h"
 #include "Tessary/Views/Chart/ChartView.h"
+#include "Tessary/Views/Chart/ChartWideLine.h"
 
 using namespace tessary;
 
+using ViewChange = std::function<void(ChartView&, ChartFocus&)>;
+
 Q_DECLARE_METATYPE(tessary::ChartView::HoverSpot)
+Q_DECLARE_METATYPE(ViewChange)
 
 namespace {
 
@@ -37,6 +45,18 @@ Comparison threeLines()
     return comparison;
 }
 
+// Sums how far each pixel is from white, over all three channels: how much ink is drawn.
+double ink(const QImage& image)
+{
+    double total = 0;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            total += 765 - qRed(pixel) - qGreen(pixel) - qBlue(pixel);
+        }
+    return total;
+}
+
 QStringList readoutOrder(const ChartView& view)
 {
     QStringList tickers;
@@ -61,6 +81,11 @@ private Q_SLOTS:
     void logScaleSurvivesTotalLoss();
     void forcedHoverStandsWithoutAPointer_data();
     void forcedHoverStandsWithoutAPointer();
+    void keptLayersNeverShowAStalePicture_data();
+    void keptLayersNeverShowAStalePicture();
+    void keptLayersFollowThePixelRatio();
+    void wideLinesMatchThePaintersStroke_data();
+    void wideLinesMatchThePaintersStroke();
 
 private:
     QPoint at(double date, double value) const { return m_view->mapper().point(date, value).toPoint(); }
@@ -213,6 +238,141 @@ void ChartViewTests::forcedHoverStandsWithoutAPointer()
     m_view->setComparison(std::make_shared<const Comparison>(threeLines()));
     QCOMPARE(m_view->readout().date(), date);
     QCOMPARE(readoutOrder(*m_view).size(), 3);
+}
+
+void ChartViewTests::keptLayersNeverShowAStalePicture_data()
+{
+    QTest::addColumn<ViewChange>("change");
+
+    const auto data = [](ChartView& view, ChartFocus&) {
+        Comparison other = threeLines();
+        other.series[0] = line("AAA", { 0, -0.30, 0.50, 0.10 });
+        view.setComparison(std::make_shared<const Comparison>(other));
+    };
+    QTest::newRow("new data") << ViewChange(data);
+    QTest::newRow("log scale") << ViewChange([](ChartView& view, ChartFocus&) { view.setLogScale(true); });
+    QTest::newRow("zoom to the pinned lines")
+        << ViewChange([](ChartView& view, ChartFocus&) { view.setZoomToPinned(true); });
+    QTest::newRow("another theme") << ViewChange([](ChartView& view, ChartFocus&) {
+        QPalette dark = view.palette();
+        dark.setColor(QPalette::Base, QColor(0x1b, 0x1d, 0x21));
+        dark.setColor(QPalette::Text, QColor(0xe6, 0xe8, 0xeb));
+        view.setPalette(dark);
+    });
+    QTest::newRow("resize") << ViewChange([](ChartView& view, ChartFocus&) { view.resize(640, 360); });
+    QTest::newRow("other pins") << ViewChange([](ChartView&, ChartFocus& focus) { focus.setPinned({ "BBB", "CCC" }); });
+    QTest::newRow("no pins") << ViewChange([](ChartView&, ChartFocus& focus) { focus.clearPinned(); });
+    QTest::newRow("a hovered line") << ViewChange(
+        [](ChartView&, ChartFocus& focus) { focus.setHovered(QString("CCC")); });
+}
+
+void ChartViewTests::keptLayersNeverShowAStalePicture()
+{
+    QFETCH(ViewChange, change);
+
+    // Both kept layers painted: plain, then faded under a pin.
+    m_focus->pin("AAA");
+    m_view->grab();
+    m_focus->clearPinned();
+    m_view->grab();
+    m_focus->pin("AAA");
+    m_view->grab();
+    change(*m_view, *m_focus);
+    const QImage kept = m_view->grab().toImage();
+
+    // The same chart painted from nothing.
+    ChartFocus focus;
+    ChartView fresh(&focus);
+    fresh.resize(800, 420);
+    fresh.setComparison(std::make_shared<const Comparison>(threeLines()));
+    focus.pin("AAA");
+    change(fresh, focus);
+    QCOMPARE(kept, fresh.grab().toImage());
+}
+
+void ChartViewTests::keptLayersFollowThePixelRatio()
+{
+    ChartFocus focus;
+    const Comparison comparison = threeLines();
+    const QSize size(400, 240);
+    const TimeAxis axis = TimeAxis::build(comparison.series, comparison.interval);
+    const ChartMapper mapper(ChartPainter::plotRect(QRectF(QPointF(0, 0), QSizeF(size))), axis,
+        yDomain(comparison.series, {}, false), false);
+    std::vector<QPolygonF> paths(comparison.series.size());
+    for (std::size_t s = 0; s < paths.size(); ++s)
+        mapper.path(comparison.series[s], paths[s]);
+    const std::vector<QColor> colors(paths.size(), Qt::darkBlue);
+    ChartPainter::Scene scene;
+    scene.mapper = &mapper;
+    scene.series = comparison.series;
+    scene.paths = paths;
+    scene.colors = colors;
+    scene.highlighted = [](std::size_t s) { return s == 0; };
+    scene.anyHighlighted = true;
+    scene.theme = { Qt::white, Qt::black, Qt::gray, QColor(0, 0, 0, 20) };
+
+    ChartLayers moved;
+    moved.compose(scene, size, 1, QFont());
+    const QImage atTwo = moved.compose(scene, size, 2, QFont());
+    QCOMPARE(atTwo.size(), size * 2);
+    ChartLayers fresh;
+    QCOMPARE(atTwo, fresh.compose(scene, size, 2, QFont()));
+}
+
+void ChartViewTests::wideLinesMatchThePaintersStroke_data()
+{
+    QTest::addColumn<QPolygonF>("line");
+    QTest::addColumn<double>("ratio");
+
+    const QPolygonF zigzag { { 10, 50 }, { 30, 20 }, { 35, 80 }, { 60, 40 }, { 62, 42 }, { 110, 45 } };
+    QTest::newRow("zigzag") << zigzag << 1.0;
+    QTest::newRow("zigzag at ratio 2") << zigzag << 2.0;
+    QTest::newRow("a walk of short steps") << [] {
+        QPolygonF walk;
+        for (int i = 0; i < 60; ++i)
+            walk << QPointF(5 + i * 1.8, 50 + 20 * std::sin(i * 0.9));
+        return walk;
+    }() << 2.0;
+    QTest::newRow("running out of the clip") << QPolygonF { { -40, 10 }, { 60, 95 }, { 150, 120 } } << 1.0;
+    // As a line does when the chart is zoomed to other lines.
+    QTest::newRow("reaching far outside") << QPolygonF { { 10, 50 }, { 40, 60 }, { 60, 5e6 } } << 2.0;
+}
+
+void ChartViewTests::wideLinesMatchThePaintersStroke()
+{
+    QFETCH(QPolygonF, line);
+    QFETCH(double, ratio);
+
+    const QRectF clip(2, 2, 116, 96);
+    const auto draw = [&](bool direct) {
+        QImage image((QSizeF(120, 100) * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
+        image.setDevicePixelRatio(ratio);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        painter.setClipRect(clip);
+        painter.setRenderHint(QPainter::Antialiasing);
+        if (direct) {
+            ChartWideLine::onto(painter, clip)->stroke(line, 2.25, Qt::darkBlue);
+        } else {
+            painter.setPen(QPen(Qt::darkBlue, 2.25, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            painter.drawPolyline(line);
+        }
+        return image;
+    };
+    const QImage ours = draw(true);
+    const QImage painters = draw(false);
+    // The same amount of ink, in the same places: only at the tips of sharp turns, where the
+    // stroker flattens the round join, does a pixel differ by more than a quarter.
+    QVERIFY(ink(painters) > 0);
+    QVERIFY2(std::abs(ink(ours) / ink(painters) - 1) < 0.02, qPrintable(QString::number(ink(ours) / ink(painters))));
+    int inked = 0;
+    int off = 0;
+    for (int y = 0; y < ours.height(); ++y)
+        for (int x = 0; x < ours.width(); ++x) {
+            inked += qGray(painters.pixel(x, y)) < 255 ? 1 : 0;
+            off += std::abs(qGray(ours.pixel(x, y)) - qGray(painters.pixel(x, y))) > 64 ? 1 : 0;
+        }
+    QVERIFY2(off <= inked / 50, qPrintable(QStringLiteral("%1 of %2 pixels").arg(off).arg(inked)));
 }
 
 QTEST_MAIN(ChartViewTests)

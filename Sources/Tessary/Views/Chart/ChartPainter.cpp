@@ -9,6 +9,7 @@
 #include "ChartFocus.h"
 #include "ChartMapper.h"
 #include "ChartScale.h"
+#include "ChartWideLine.h"
 #include "Tessary/Model/Comparison.h"
 #include "Tessary/Model/Format.h"
 #include "Tessary/Model/Palette.h"
@@ -43,9 +44,42 @@ QColor withAlpha(QColor color, double alpha)
     return color;
 }
 
+// Grid lines go out as filled rectangles one device pixel across, in the grid's colour laid
+// over the background: the raster engine fills an opaque rectangle directly, where a line
+// the width or height of the plot is handed to its thread pool in dozens of pieces and
+// waited for (most of a full repaint's overhead at pixel ratio 2).
+QColor opaqueGrid(const ChartPainter::Theme& theme)
+{
+    const float alpha = theme.grid.alphaF();
+    const auto mix = [&](float over, float under) { return over * alpha + under * (1 - alpha); };
+    return QColor::fromRgbF(mix(theme.grid.redF(), theme.background.redF()),
+        mix(theme.grid.greenF(), theme.background.greenF()), mix(theme.grid.blueF(), theme.background.blueF()));
+}
+
+// The horizontal or vertical line from `from` to `to` as a rectangle one device pixel
+// across, on the pixel the line falls in.
+QRectF hairline(const QPainter& painter, QPointF from, QPointF to)
+{
+    const QTransform device = painter.deviceTransform();
+    if (device.type() > QTransform::TxScale)
+        return QRectF(from, to).adjusted(0, 0, from.x() == to.x() ? 1 : 0, from.y() == to.y() ? 1 : 0);
+    const QRectF span = device.mapRect(QRectF(from, to).normalized());
+    const QRectF pixels = from.x() == to.x() ? QRectF(std::floor(span.left()), span.top(), 1, span.height())
+                                             : QRectF(span.left(), std::floor(span.top()), span.width(), 1);
+    return device.inverted().mapRect(pixels);
+}
+
 } // namespace
 
 void ChartPainter::paint(QPainter& painter, const QRectF& area, const Scene& scene)
+{
+    paintBase(painter, area, scene, scene.anyHighlighted);
+    if (scene.anyHighlighted)
+        paintHighlighted(painter, scene);
+    paintLabels(painter, scene);
+}
+
+void ChartPainter::paintBase(QPainter& painter, const QRectF& area, const Scene& scene, bool faded)
 {
     painter.fillRect(area, scene.theme.background);
     if (!scene.mapper)
@@ -56,9 +90,13 @@ void ChartPainter::paint(QPainter& painter, const QRectF& area, const Scene& sce
     paintGrid(painter, scene);
     paintTimeTicks(painter, scene);
     paintBaseline(painter, scene);
-    paintLines(painter, scene);
+    paintLines(painter, scene, faded);
     painter.setFont(font);
-    if (scene.labels)
+}
+
+void ChartPainter::paintLabels(QPainter& painter, const Scene& scene)
+{
+    if (scene.mapper && scene.labels)
         scene.labels->paint(
             painter, scene.anyHighlighted, scene.theme.text, scene.theme.secondary, scene.labelPageArrows);
 }
@@ -103,13 +141,13 @@ void ChartPainter::paintGrid(QPainter& painter, const Scene& scene)
     font.setPointSizeF(10.5);
     painter.setFont(font);
     const QFontMetricsF metrics(font);
+    const QColor grid = opaqueGrid(scene.theme);
     painter.setRenderHint(QPainter::Antialiasing, false);
     for (const double value : returns) {
         const double y = mapper.y(value);
         if (y < plot.top() - 0.5 || y > plot.bottom() + 0.5)
             continue;
-        painter.setPen(QPen(scene.theme.grid, 0));
-        painter.drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
+        painter.fillRect(hairline(painter, QPointF(plot.left(), y), QPointF(plot.right(), y)), grid);
         painter.setPen(scene.theme.secondary);
         const QRectF label(0, y - metrics.height() / 2, plot.left() - yLabelGap, metrics.height());
         painter.drawText(label, Qt::AlignRight | Qt::AlignVCenter, gridLabel(value));
@@ -125,10 +163,10 @@ void ChartPainter::paintTimeTicks(QPainter& painter, const Scene& scene)
         return;
     const QFont minorFont = TimeAxis::tickFont(false);
     const QFont majorFont = TimeAxis::tickFont(true);
+    const QColor grid = opaqueGrid(scene.theme);
     for (const TimeAxis::Tick& tick : scene.ticks) {
         const double x = plot.left() + plot.width() * tick.position / span;
-        painter.setPen(QPen(scene.theme.grid, 0));
-        painter.drawLine(QPointF(x, plot.top()), QPointF(x, plot.bottom()));
+        painter.fillRect(hairline(painter, QPointF(x, plot.top()), QPointF(x, plot.bottom())), grid);
         painter.setPen(QPen(scene.theme.secondary, 0));
         painter.drawLine(QPointF(x, plot.bottom()), QPointF(x, plot.bottom() + tickLength));
         painter.setFont(tick.major ? majorFont : minorFont);
@@ -151,34 +189,53 @@ void ChartPainter::paintBaseline(QPainter& painter, const Scene& scene)
     painter.drawLine(QPointF(plot.left(), y), QPointF(plot.right(), y));
 }
 
-void ChartPainter::paintLines(QPainter& painter, const Scene& scene)
+QRectF ChartPainter::lineClip(const Scene& scene)
+{
+    return scene.mapper->plot().adjusted(-2, -2, 2, 2);
+}
+
+void ChartPainter::paintLines(QPainter& painter, const Scene& scene, bool faded)
 {
     painter.save();
-    painter.setClipRect(scene.mapper->plot().adjusted(-2, -2, 2, 2));
+    const QRectF clip = lineClip(scene);
+    painter.setClipRect(clip);
     painter.setRenderHint(QPainter::Antialiasing, true);
     painter.setBrush(Qt::NoBrush);
-    // The bulk of the lines go out with a cosmetic pen one device pixel wide: the raster
-    // engine's fast path. Wider strokes are kept for the few highlighted lines.
+    // The lines go out with a cosmetic pen one device pixel wide: the raster engine's fast
+    // path. Faded, the highlighted ones are drawn too, under their wide strokes: then the
+    // faded picture is the same whichever lines are highlighted, and a view can keep it.
     QPen thin(Qt::black, 0);
     thin.setCosmetic(true);
-    const auto isHighlighted = [&](std::size_t s) { return scene.highlighted && scene.highlighted(s); };
     for (std::size_t s = 0; s < scene.paths.size(); ++s) {
-        if (scene.anyHighlighted && isHighlighted(s))
-            continue;
         const QColor color = s < scene.colors.size() ? scene.colors[s] : scene.theme.text;
-        thin.setColor(scene.anyHighlighted ? withAlpha(color, Palette::fadedOpacity) : color);
+        thin.setColor(faded ? withAlpha(color, Palette::fadedOpacity) : color);
         painter.setPen(thin);
         painter.drawPolyline(scene.paths[s]);
     }
-    if (scene.anyHighlighted) {
-        // Bevelled joins: at this width they differ from round ones by a fraction of a pixel,
-        // and the stroker makes them in well under half the time (201 lines of 500 points,
-        // three pinned, at device pixel ratio 2: about 30 against 55 ms of CPU on this machine).
-        QPen wide(Qt::black, highlightedWidth, Qt::SolidLine, Qt::RoundCap, Qt::BevelJoin);
-        for (std::size_t s = 0; s < scene.paths.size(); ++s) {
-            if (!isHighlighted(s))
-                continue;
-            wide.setColor(s < scene.colors.size() ? scene.colors[s] : scene.theme.text);
+    painter.restore();
+}
+
+void ChartPainter::paintHighlighted(QPainter& painter, const Scene& scene)
+{
+    if (!scene.mapper || !scene.highlighted)
+        return;
+    painter.save();
+    const QRectF clip = lineClip(scene);
+    painter.setClipRect(clip);
+    painter.setRenderHint(QPainter::Antialiasing, true);
+    painter.setBrush(Qt::NoBrush);
+    // Straight into an image's pixels where the painter draws on one; elsewhere (an SVG
+    // file) through the painter, with the same round joins.
+    auto raster = ChartWideLine::onto(painter, clip);
+    QPen wide(Qt::black, highlightedWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+    for (std::size_t s = 0; s < scene.paths.size(); ++s) {
+        if (!scene.highlighted(s))
+            continue;
+        const QColor color = s < scene.colors.size() ? scene.colors[s] : scene.theme.text;
+        if (raster) {
+            raster->stroke(scene.paths[s], highlightedWidth, color);
+        } else {
+            wide.setColor(color);
             painter.setPen(wide);
             painter.drawPolyline(scene.paths[s]);
         }

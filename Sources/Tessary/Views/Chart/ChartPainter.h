@@ -48,7 +48,15 @@ public:
     // The width of highlighted lines; the others fade to the palette's faded opacity.
     static constexpr double highlightedWidth = 2.25;
 
+    // The whole chart: the base, faded when anything is highlighted, the highlighted lines
+    // over it and the end labels.
     static void paint(QPainter& painter, const QRectF& area, const Scene& scene);
+    // The parts a view keeps apart. The base is the background, the grid, the axes, the
+    // baseline and every line, in its colour or faded; it does not depend on which lines are
+    // highlighted, so a change of highlights repaints only the highlighted lines and the labels.
+    static void paintBase(QPainter& painter, const QRectF& area, const Scene& scene, bool faded);
+    static void paintHighlighted(QPainter& painter, const Scene& scene);
+    static void paintLabels(QPainter& painter, const Scene& scene);
 
     // The plot inside a chart of `bounds`: room for the y labels on the left, the time labels
     // below and the end labels in the gutter on the right.
@@ -62,7 +70,8 @@ private:
     static void paintGrid(QPainter& painter, const Scene& scene);
     static void paintTimeTicks(QPainter& painter, const Scene& scene);
     static void paintBaseline(QPainter& painter, const Scene& scene);
-    static void paintLines(QPainter& painter, const Scene& scene);
+    static void paintLines(QPainter& painter, const Scene& scene, bool faded);
+    static QRectF lineClip(const Scene& scene);
 };
 
 } // namespace tessary

@@ -123,6 +123,7 @@ void ChartView::relayout()
     m_ticks = m_axis.ticks(plot.width(), ChartScale::tickSpacing);
     m_readoutIndex = -1;
     m_readout.clear();
+    m_layers.invalidate();
     placeLabels();
     if (m_pointer)
         pointerMoved(*m_pointer);
@@ -174,12 +175,6 @@ bool ChartView::isHighlighted(std::size_t series) const
 
 void ChartView::rebuildStatic()
 {
-    const qreal ratio = devicePixelRatioF();
-    const QSize pixels(static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio)));
-    if (m_static.size() != pixels)
-        m_static = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
-    m_static.setDevicePixelRatio(ratio);
-
     const QPalette colors = palette();
     QColor grid = colors.color(QPalette::Text);
     grid.setAlphaF(0.08f);
@@ -194,21 +189,19 @@ void ChartView::rebuildStatic()
     scene.labels = &m_labels;
     scene.theme
         = { colors.color(QPalette::Base), colors.color(QPalette::Text), colors.color(QPalette::PlaceholderText), grid };
-    {
-        QPainter painter(&m_static);
-        painter.setFont(font());
-        ChartPainter::paint(painter, QRectF(rect()), scene);
-    }
+    m_layers.compose(scene, size(), devicePixelRatioF(), font());
     m_staticDirty = false;
     ++m_staticBuilds;
 }
 
 void ChartView::paintEvent(QPaintEvent*)
 {
-    if (m_staticDirty || m_static.isNull())
+    // A move to a screen of another pixel ratio changes neither the size nor the data.
+    const QImage& still = m_layers.picture();
+    if (m_staticDirty || still.isNull() || still.devicePixelRatio() != devicePixelRatioF())
         rebuildStatic();
     QPainter painter(this);
-    painter.drawImage(QPointF(0, 0), m_static);
+    painter.drawImage(QPointF(0, 0), m_layers.picture());
     if (!m_pointer || !m_readout.date())
         return;
     const QPalette colors = palette();

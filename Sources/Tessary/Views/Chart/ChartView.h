@@ -2,7 +2,6 @@
 
 #include <QColor>
 
-#include <QImage>
 #include <QPointer>
 #include <QPolygonF>
 #include <QWidget>
@@ -13,6 +12,7 @@
 #include <variant>
 #include <vector>
 
+#include "ChartLayers.h"
 #include "ChartMapper.h"
 #include "ChartReadout.h"
 #include "EndLabels.h"
@@ -28,7 +28,8 @@ class ChartFocus;
 //
 // Axes, grid, lines and labels are painted once into a cached image at the screen's pixel
 // ratio and reused until the data, the size, the scale or the highlights change; a pointer
-// move repaints only the crosshair and the readout over it.
+// move repaints only the crosshair and the readout over it. A change of highlights reuses
+// the faded lines under them (ChartLayers).
 class ChartView : public QWidget {
     Q_OBJECT
 
@@ -108,7 +109,7 @@ private:
     EndLabels m_labels;
     int m_labelPage = 0;
 
-    QImage m_static;
+    ChartLayers m_layers;
     bool m_staticDirty = true;
     int m_staticBuilds = 0;
 
