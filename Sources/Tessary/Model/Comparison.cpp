@@ -26,14 +26,10 @@ std::optional<double> valueAt(const OptionalValues& values, std::size_t i)
     return i < values.size() ? values[i] : std::nullopt;
 }
 
-ChartPoint pointAt(const TickerSeries& series, std::size_t i)
+void keepBar(std::vector<ChartPoint>& points, const TickerSeries& series, std::size_t i)
 {
-    ChartPoint point;
-    point.date = static_cast<double>(series.dates[i]) / 1000.0;
-    point.value = *series.performance[i];
-    if (series.adjClose)
-        point.price = valueAt(*series.adjClose, i);
-    return point;
+    points.emplace_back(static_cast<double>(series.dates[i]) / 1000.0, *series.performance[i],
+        series.adjClose ? valueAt(*series.adjClose, i) : std::nullopt);
 }
 
 // Every step-th bar, sliding forward by whole steps past nulls, and always the last bar
@@ -43,19 +39,21 @@ std::vector<ChartPoint> thin(const TickerSeries& series, int budget)
     const std::size_t count = std::min(series.dates.size(), series.performance.size());
     const auto perLine = static_cast<std::size_t>(budget);
     const std::size_t step = std::max<std::size_t>((count + perLine - 1) / perLine, 1);
+    // Each kept bar lies at least one step past the previous one, plus the last bar: reserving
+    // exactly that leaves no unused capacity in a comparison that may be kept for a while.
     std::vector<ChartPoint> points;
-    points.reserve(std::min(count, perLine + 1));
+    points.reserve(std::min(count, (count + step - 1) / step + 1));
     std::optional<std::size_t> lastKept;
     for (std::size_t i = 0; i < count; i += step) {
         while (i < count && !series.performance[i])
             i += step;
         if (i >= count)
             break;
-        points.push_back(pointAt(series, i));
+        keepBar(points, series, i);
         lastKept = i;
     }
     if (count > 0 && lastKept != count - 1 && series.performance[count - 1])
-        points.push_back(pointAt(series, count - 1));
+        keepBar(points, series, count - 1);
     return points;
 }
 

@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QUuid>
 
+#include <cmath>
+#include <limits>
 #include <map>
 #include <optional>
 #include <vector>
@@ -16,13 +18,31 @@
 namespace tessary {
 
 // One drawn point: when (seconds since 1970), the return since the period start as a
-// fraction, and the adjusted close of that bar when the service sent one.
+// fraction, and the adjusted close of that bar when the service sent one. A comparison holds
+// up to 100,000 of them, so an absent close is kept as NaN rather than in a std::optional:
+// 24 bytes a point instead of 32.
 struct ChartPoint {
     double date = 0;
     double value = 0;
-    std::optional<double> price;
 
-    friend bool operator==(const ChartPoint&, const ChartPoint&) = default;
+    ChartPoint() = default;
+    ChartPoint(double date, double value, std::optional<double> price)
+        : date(date)
+        , value(value)
+        , m_price(price.value_or(noPrice))
+    {
+    }
+
+    std::optional<double> price() const { return std::isnan(m_price) ? std::nullopt : std::optional(m_price); }
+
+    friend bool operator==(const ChartPoint& a, const ChartPoint& b)
+    {
+        return a.date == b.date && a.value == b.value && a.price() == b.price();
+    }
+
+private:
+    static constexpr double noPrice = std::numeric_limits<double>::quiet_NaN();
+    double m_price = noPrice;
 };
 
 struct ChartSeries {
