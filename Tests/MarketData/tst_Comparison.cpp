@@ -292,7 +292,7 @@ void ComparisonTests::carriesResponseFacts()
     prices.series.front().adjClose->resize(3); // the last two closes left out
     TickerRanking apple = ranking(u"AAPL"_qs, 0.3);
     apple.startDate = u"2024-01-02T00:00:00Z"_qs;
-    apple.presetReturns = { { { u"1M"_qs, 0.02 }, { u"10Y"_qs, std::nullopt } } };
+    apple.presetReturns = { { { u"1M"_qs, 0.02 }, { u"10Y"_qs, std::nullopt }, { u"5W"_qs, 0.5 } } };
     apple.endValue = 104.0;
     apple.periodMaxDrawdown = -0.2;
     prices.rankings = { apple };
@@ -319,7 +319,9 @@ void ComparisonTests::carriesResponseFacts()
 
     const RankRow& row = first.rows.front();
     QCOMPARE(row.startDate, std::optional(QDate(2024, 1, 2)));
-    QCOMPARE(row.presetReturns, (std::map<QString, double> { { u"1M"_qs, 0.02 } }));
+    decltype(RankRow::presetReturns) presetReturns {};
+    presetReturns[static_cast<std::size_t>(Timeframe::oneMonth)] = 0.02;
+    QVERIFY(row.presetReturns == presetReturns);
     QCOMPARE(row.price, std::optional(104.0));
     QCOMPARE(row.maxDrawdown, std::optional(-0.2));
     QVERIFY(!row.cagr && !row.vsBenchmark);

@@ -83,8 +83,9 @@ RankRow rowOf(const TickerRanking& ranking)
         row.startDate = MarketTime::parseDate(*ranking.startDate);
     if (ranking.presetReturns) {
         for (const auto& [preset, value] : *ranking.presetReturns) {
-            if (value)
-                row.presetReturns.insert_or_assign(preset, *value);
+            const auto period = Timeframes::fromRawValue(preset);
+            if (value && period)
+                row.presetReturns[static_cast<std::size_t>(*period)] = *value;
         }
     }
     return row;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TessaryWire/BarDay.h"
+#include "TessaryWire/Timeframe.h"
 #include "TessaryWire/WireRecords.h"
 
 #include <QDate>
@@ -9,9 +10,9 @@
 #include <QStringList>
 #include <QUuid>
 
+#include <array>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <optional>
 #include <vector>
 
@@ -68,8 +69,16 @@ struct RankRow {
     std::optional<double> price;
     std::optional<double> marketCap;
     std::optional<QDate> startDate;
-    std::map<QString, double> presetReturns; // preset raw value → return; nulls left out
+    // The return over each preset period, by Timeframe; absent where the service sent null or
+    // nothing. Slots rather than a map keyed by text: the tables copy every row, and a
+    // 200-ticker list would otherwise allocate some 5,000 map nodes a copy.
+    std::array<std::optional<double>, timeframeCount> presetReturns {};
     bool incomplete = false; // data starts after the period begins
+
+    std::optional<double> presetReturn(Timeframe period) const
+    {
+        return presetReturns[static_cast<std::size_t>(period)];
+    }
 
     friend bool operator==(const RankRow&, const RankRow&) = default;
 };
