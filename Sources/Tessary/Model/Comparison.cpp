@@ -4,7 +4,6 @@
 #include "TessaryWire/MarketTime.h"
 
 #include <QHash>
-#include <QSet>
 
 #include <algorithm>
 #include <map>
@@ -134,15 +133,16 @@ Comparison buildComparison(
     positions.reserve(tickers.size());
     for (qsizetype i = tickers.size() - 1; i >= 0; --i)
         positions.insert(tickers[i], i);
-    QSet<QString> requested(tickers.cbegin(), tickers.cend());
-    requested.insert(benchmark);
-    const int budget = pointBudget(requested.size());
-    const bool benchmarkIsMember = tickers.contains(benchmark);
+    const bool benchmarkIsMember = positions.contains(benchmark);
+    const int budget = pointBudget(positions.size() + (benchmarkIsMember ? 0 : 1));
+    const auto requested = [&](const QString& ticker) { return ticker == benchmark || positions.contains(ticker); };
 
     // First bars in response order, so late starters come out in the order of the lines.
     std::vector<std::pair<QString, qint64>> firstBars;
+    firstBars.reserve(response.series.size());
+    comparison.series.reserve(response.series.size());
     for (const TickerSeries& series : response.series) {
-        if (!requested.contains(series.ticker))
+        if (!requested(series.ticker))
             continue;
         if (const auto first = firstBar(series))
             firstBars.emplace_back(series.ticker, *first);
@@ -176,34 +176,28 @@ Comparison buildComparison(
         }
     }
 
-    std::vector<RankRow> rows;
-    rows.reserve(response.rankings.size());
+    comparison.rows.reserve(response.rankings.size());
     for (const TickerRanking& ranking : response.rankings) {
-        if (!requested.contains(ranking.ticker))
+        if (!requested(ranking.ticker))
             continue;
-        RankRow row = rowOf(ranking);
+        RankRow& row = comparison.rows.emplace_back(rowOf(ranking));
         if (const auto first = late.find(row.ticker); first != late.end()) {
             row.incomplete = true;
             blankMetrics(row);
             if (!row.startDate)
                 row.startDate = first->second.date();
         }
-        rows.push_back(std::move(row));
     }
 
-    const auto benchmarkRow = std::ranges::find(rows, benchmark, &RankRow::ticker);
-    if (benchmarkRow != rows.end())
+    const auto benchmarkRow = std::ranges::find(comparison.rows, benchmark, &RankRow::ticker);
+    if (benchmarkRow != comparison.rows.end())
         comparison.benchmarkReturn = benchmarkRow->netReturn;
-    comparison.rows.reserve(rows.size());
-    for (RankRow& row : rows) {
+    for (RankRow& row : comparison.rows)
         row.vsBenchmark = difference(row.netReturn, comparison.benchmarkReturn);
-        if (row.ticker == benchmark) {
-            comparison.benchmarkRow = row;
-            if (!benchmarkIsMember)
-                continue;
-        }
-        comparison.rows.push_back(std::move(row));
-    }
+    if (benchmarkRow != comparison.rows.end())
+        comparison.benchmarkRow = *benchmarkRow;
+    if (!benchmarkIsMember)
+        std::erase_if(comparison.rows, [&](const RankRow& row) { return row.ticker == benchmark; });
     return comparison;
 }
 
