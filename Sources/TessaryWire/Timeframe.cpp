@@ -31,31 +31,32 @@ constexpr std::array<Timeframe, timeframeCount> allCases = {
     Timeframe::fortyYear,
 };
 
-constexpr std::array<const char*, timeframeCount> rawValues = {
-    "1D",
-    "2D",
-    "3D",
-    "1W",
-    "15D",
-    "1M",
-    "2M",
-    "3M",
-    "6M",
-    "9M",
-    "YTD",
-    "1Y",
-    "2Y",
-    "3Y",
-    "4Y",
-    "5Y",
-    "7Y",
-    "10Y",
-    "15Y",
-    "20Y",
-    "25Y",
-    "30Y",
-    "35Y",
-    "40Y",
+// Views rather than C strings, so looking a text up measures no lengths.
+constexpr std::array<QLatin1StringView, timeframeCount> rawValues = {
+    QLatin1StringView("1D"),
+    QLatin1StringView("2D"),
+    QLatin1StringView("3D"),
+    QLatin1StringView("1W"),
+    QLatin1StringView("15D"),
+    QLatin1StringView("1M"),
+    QLatin1StringView("2M"),
+    QLatin1StringView("3M"),
+    QLatin1StringView("6M"),
+    QLatin1StringView("9M"),
+    QLatin1StringView("YTD"),
+    QLatin1StringView("1Y"),
+    QLatin1StringView("2Y"),
+    QLatin1StringView("3Y"),
+    QLatin1StringView("4Y"),
+    QLatin1StringView("5Y"),
+    QLatin1StringView("7Y"),
+    QLatin1StringView("10Y"),
+    QLatin1StringView("15Y"),
+    QLatin1StringView("20Y"),
+    QLatin1StringView("25Y"),
+    QLatin1StringView("30Y"),
+    QLatin1StringView("35Y"),
+    QLatin1StringView("40Y"),
 };
 
 constexpr std::array primaryCases = {
@@ -87,13 +88,13 @@ std::span<const Timeframe> primary()
 
 QString rawValue(Timeframe timeframe)
 {
-    return QString::fromLatin1(rawValues[static_cast<std::size_t>(timeframe)]);
+    return QString(rawValues[static_cast<std::size_t>(timeframe)]);
 }
 
 std::optional<Timeframe> fromRawValue(QStringView text)
 {
     for (std::size_t i = 0; i < timeframeCount; ++i) {
-        if (text == QLatin1StringView(rawValues[i]))
+        if (text == rawValues[i])
             return allCases[i];
     }
     return std::nullopt;

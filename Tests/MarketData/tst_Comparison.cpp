@@ -128,7 +128,7 @@ void ComparisonTests::thinningKeepsTheBudget()
     // Every line starts at the first bar and ends on the latest one.
     QCOMPARE(barIndices(*series).front(), 0);
     QCOMPARE(barIndices(*series).back(), bars - 1);
-    QCOMPARE(series->points.back().price, std::optional(100.0 + bars - 1));
+    QCOMPARE(series->points.back().price(), std::optional(100.0 + bars - 1));
     QCOMPARE(series->points.back().date, (startMs + (bars - 1) * dayMs) / 1000.0);
 }
 
@@ -289,9 +289,10 @@ void ComparisonTests::lateStarters()
 void ComparisonTests::carriesResponseFacts()
 {
     PricesResponse prices = response({ dailySeries(u"AAPL"_qs, 5) });
+    prices.series.front().adjClose->resize(3); // the last two closes left out
     TickerRanking apple = ranking(u"AAPL"_qs, 0.3);
     apple.startDate = u"2024-01-02T00:00:00Z"_qs;
-    apple.presetReturns = { { { u"1M"_qs, 0.02 }, { u"10Y"_qs, std::nullopt } } };
+    apple.presetReturns = { { { u"1M"_qs, 0.02 }, { u"10Y"_qs, std::nullopt }, { u"5W"_qs, 0.5 } } };
     apple.endValue = 104.0;
     apple.periodMaxDrawdown = -0.2;
     prices.rankings = { apple };
@@ -306,6 +307,9 @@ void ComparisonTests::carriesResponseFacts()
     QVERIFY(!first.id.isNull());
     QVERIFY(first.id != second.id);
     QCOMPARE(first.series, second.series);
+    const std::vector<ChartPoint>& points = first.series.front().points;
+    QCOMPARE(points[2].price(), std::optional(102.0));
+    QCOMPARE(points[3].price(), std::nullopt);
 
     QCOMPARE(first.interval, u"15min");
     QCOMPARE(first.skipped, QStringList { u"NOPE"_qs });
@@ -315,7 +319,9 @@ void ComparisonTests::carriesResponseFacts()
 
     const RankRow& row = first.rows.front();
     QCOMPARE(row.startDate, std::optional(QDate(2024, 1, 2)));
-    QCOMPARE(row.presetReturns, (std::map<QString, double> { { u"1M"_qs, 0.02 } }));
+    decltype(RankRow::presetReturns) presetReturns {};
+    presetReturns[static_cast<std::size_t>(Timeframe::oneMonth)] = 0.02;
+    QVERIFY(row.presetReturns == presetReturns);
     QCOMPARE(row.price, std::optional(104.0));
     QCOMPARE(row.maxDrawdown, std::optional(-0.2));
     QVERIFY(!row.cagr && !row.vsBenchmark);

@@ -28,7 +28,8 @@ std::vector<RankRow> rowsFrom(const QString& text)
         RankRow row;
         row.ticker = rowText.section(u':', 0, 0);
         for (const QString& entry : rowText.section(u':', 1).split(u',', Qt::SkipEmptyParts))
-            row.presetReturns[entry.section(u'=', 0, 0)] = entry.section(u'=', 1).toDouble();
+            row.presetReturns[static_cast<std::size_t>(*Timeframes::fromRawValue(entry.section(u'=', 0, 0)))]
+                = entry.section(u'=', 1).toDouble();
         rows.push_back(row);
     }
     return rows;

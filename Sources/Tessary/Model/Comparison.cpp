@@ -4,7 +4,6 @@
 #include "TessaryWire/MarketTime.h"
 
 #include <QHash>
-#include <QSet>
 
 #include <algorithm>
 #include <map>
@@ -26,14 +25,10 @@ std::optional<double> valueAt(const OptionalValues& values, std::size_t i)
     return i < values.size() ? values[i] : std::nullopt;
 }
 
-ChartPoint pointAt(const TickerSeries& series, std::size_t i)
+void keepBar(std::vector<ChartPoint>& points, const TickerSeries& series, std::size_t i)
 {
-    ChartPoint point;
-    point.date = static_cast<double>(series.dates[i]) / 1000.0;
-    point.value = *series.performance[i];
-    if (series.adjClose)
-        point.price = valueAt(*series.adjClose, i);
-    return point;
+    points.emplace_back(static_cast<double>(series.dates[i]) / 1000.0, *series.performance[i],
+        series.adjClose ? valueAt(*series.adjClose, i) : std::nullopt);
 }
 
 // Every step-th bar, sliding forward by whole steps past nulls, and always the last bar
@@ -43,19 +38,21 @@ std::vector<ChartPoint> thin(const TickerSeries& series, int budget)
     const std::size_t count = std::min(series.dates.size(), series.performance.size());
     const auto perLine = static_cast<std::size_t>(budget);
     const std::size_t step = std::max<std::size_t>((count + perLine - 1) / perLine, 1);
+    // Each kept bar lies at least one step past the previous one, plus the last bar: reserving
+    // exactly that leaves no unused capacity in a comparison that may be kept for a while.
     std::vector<ChartPoint> points;
-    points.reserve(std::min(count, perLine + 1));
+    points.reserve(std::min(count, (count + step - 1) / step + 1));
     std::optional<std::size_t> lastKept;
     for (std::size_t i = 0; i < count; i += step) {
         while (i < count && !series.performance[i])
             i += step;
         if (i >= count)
             break;
-        points.push_back(pointAt(series, i));
+        keepBar(points, series, i);
         lastKept = i;
     }
     if (count > 0 && lastKept != count - 1 && series.performance[count - 1])
-        points.push_back(pointAt(series, count - 1));
+        keepBar(points, series, count - 1);
     return points;
 }
 
@@ -85,8 +82,9 @@ RankRow rowOf(const TickerRanking& ranking)
         row.startDate = MarketTime::parseDate(*ranking.startDate);
     if (ranking.presetReturns) {
         for (const auto& [preset, value] : *ranking.presetReturns) {
-            if (value)
-                row.presetReturns.insert_or_assign(preset, *value);
+            const auto period = Timeframes::fromRawValue(preset);
+            if (value && period)
+                row.presetReturns[static_cast<std::size_t>(*period)] = *value;
         }
     }
     return row;
@@ -135,15 +133,16 @@ Comparison buildComparison(
     positions.reserve(tickers.size());
     for (qsizetype i = tickers.size() - 1; i >= 0; --i)
         positions.insert(tickers[i], i);
-    QSet<QString> requested(tickers.cbegin(), tickers.cend());
-    requested.insert(benchmark);
-    const int budget = pointBudget(requested.size());
-    const bool benchmarkIsMember = tickers.contains(benchmark);
+    const bool benchmarkIsMember = positions.contains(benchmark);
+    const int budget = pointBudget(positions.size() + (benchmarkIsMember ? 0 : 1));
+    const auto requested = [&](const QString& ticker) { return ticker == benchmark || positions.contains(ticker); };
 
     // First bars in response order, so late starters come out in the order of the lines.
     std::vector<std::pair<QString, qint64>> firstBars;
+    firstBars.reserve(response.series.size());
+    comparison.series.reserve(response.series.size());
     for (const TickerSeries& series : response.series) {
-        if (!requested.contains(series.ticker))
+        if (!requested(series.ticker))
             continue;
         if (const auto first = firstBar(series))
             firstBars.emplace_back(series.ticker, *first);
@@ -177,34 +176,28 @@ Comparison buildComparison(
         }
     }
 
-    std::vector<RankRow> rows;
-    rows.reserve(response.rankings.size());
+    comparison.rows.reserve(response.rankings.size());
     for (const TickerRanking& ranking : response.rankings) {
-        if (!requested.contains(ranking.ticker))
+        if (!requested(ranking.ticker))
             continue;
-        RankRow row = rowOf(ranking);
+        RankRow& row = comparison.rows.emplace_back(rowOf(ranking));
         if (const auto first = late.find(row.ticker); first != late.end()) {
             row.incomplete = true;
             blankMetrics(row);
             if (!row.startDate)
                 row.startDate = first->second.date();
         }
-        rows.push_back(std::move(row));
     }
 
-    const auto benchmarkRow = std::ranges::find(rows, benchmark, &RankRow::ticker);
-    if (benchmarkRow != rows.end())
+    const auto benchmarkRow = std::ranges::find(comparison.rows, benchmark, &RankRow::ticker);
+    if (benchmarkRow != comparison.rows.end())
         comparison.benchmarkReturn = benchmarkRow->netReturn;
-    comparison.rows.reserve(rows.size());
-    for (RankRow& row : rows) {
+    for (RankRow& row : comparison.rows)
         row.vsBenchmark = difference(row.netReturn, comparison.benchmarkReturn);
-        if (row.ticker == benchmark) {
-            comparison.benchmarkRow = row;
-            if (!benchmarkIsMember)
-                continue;
-        }
-        comparison.rows.push_back(std::move(row));
-    }
+    if (benchmarkRow != comparison.rows.end())
+        comparison.benchmarkRow = *benchmarkRow;
+    if (!benchmarkIsMember)
+        std::erase_if(comparison.rows, [&](const RankRow& row) { return row.ticker == benchmark; });
     return comparison;
 }
 

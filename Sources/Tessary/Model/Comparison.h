@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TessaryWire/BarDay.h"
+#include "TessaryWire/Timeframe.h"
 #include "TessaryWire/WireRecords.h"
 
 #include <QDate>
@@ -9,20 +10,40 @@
 #include <QStringList>
 #include <QUuid>
 
-#include <map>
+#include <array>
+#include <cmath>
+#include <limits>
 #include <optional>
 #include <vector>
 
 namespace tessary {
 
 // One drawn point: when (seconds since 1970), the return since the period start as a
-// fraction, and the adjusted close of that bar when the service sent one.
+// fraction, and the adjusted close of that bar when the service sent one. A comparison holds
+// up to 100,000 of them, so an absent close is kept as NaN rather than in a std::optional:
+// 24 bytes a point instead of 32.
 struct ChartPoint {
     double date = 0;
     double value = 0;
-    std::optional<double> price;
 
-    friend bool operator==(const ChartPoint&, const ChartPoint&) = default;
+    ChartPoint() = default;
+    ChartPoint(double date, double value, std::optional<double> price)
+        : date(date)
+        , value(value)
+        , m_price(price.value_or(noPrice))
+    {
+    }
+
+    std::optional<double> price() const { return std::isnan(m_price) ? std::nullopt : std::optional(m_price); }
+
+    friend bool operator==(const ChartPoint& a, const ChartPoint& b)
+    {
+        return a.date == b.date && a.value == b.value && a.price() == b.price();
+    }
+
+private:
+    static constexpr double noPrice = std::numeric_limits<double>::quiet_NaN();
+    double m_price = noPrice;
 };
 
 struct ChartSeries {
@@ -48,8 +69,16 @@ struct RankRow {
     std::optional<double> price;
     std::optional<double> marketCap;
     std::optional<QDate> startDate;
-    std::map<QString, double> presetReturns; // preset raw value → return; nulls left out
+    // The return over each preset period, by Timeframe; absent where the service sent null or
+    // nothing. Slots rather than a map keyed by text: the tables copy every row, and a
+    // 200-ticker list would otherwise allocate some 5,000 map nodes a copy.
+    std::array<std::optional<double>, timeframeCount> presetReturns {};
     bool incomplete = false; // data starts after the period begins
+
+    std::optional<double> presetReturn(Timeframe period) const
+    {
+        return presetReturns[static_cast<std::size_t>(period)];
+    }
 
     friend bool operator==(const RankRow&, const RankRow&) = default;
 };

@@ -33,7 +33,7 @@ void ChartReadout::rank(std::span<const ChartSeries> series, double date)
         const auto found = std::ranges::lower_bound(points, date, {}, &ChartPoint::date);
         if (found == points.end() || found->date != date)
             continue;
-        m_rows.push_back(Row { 0, s, found->value, found->price });
+        m_rows.push_back(Row { 0, s, found->value, found->price() });
     }
     std::ranges::stable_sort(m_rows, std::greater<> {}, &Row::value);
     for (std::size_t i = 0; i < m_rows.size(); ++i)

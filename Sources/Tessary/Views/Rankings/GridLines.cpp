@@ -16,16 +16,6 @@ std::vector<RankRow> gridRows(const std::vector<RankRow>& rows, const std::optio
     return all;
 }
 
-namespace {
-
-std::optional<double> periodReturn(const RankRow& row, Timeframe period)
-{
-    const auto found = row.presetReturns.find(Timeframes::rawValue(period));
-    return found == row.presetReturns.end() ? std::nullopt : std::optional(found->second);
-}
-
-} // namespace
-
 std::vector<GridLine> gridLines(const std::vector<RankRow>& rows, const std::optional<RankRow>& benchmarkRow,
     const QString& benchmark, const std::vector<Timeframe>& periods)
 {
@@ -45,7 +35,7 @@ std::vector<GridLine> gridLines(const std::vector<RankRow>& rows, const std::opt
     for (std::size_t p = 0; p < periods.size(); ++p) {
         ranked.clear();
         for (std::size_t i = 0; i < all.size(); ++i) {
-            lines[i].returns[p] = periodReturn(all[i], periods[p]);
+            lines[i].returns[p] = all[i].presetReturn(periods[p]);
             if (lines[i].returns[p])
                 ranked.emplace_back(*lines[i].returns[p], i);
         }
@@ -64,7 +54,7 @@ std::vector<GridLine> gridLines(const std::vector<RankRow>& rows, const std::opt
                 sum += line.places[p]->rank;
                 ++ranks;
             }
-            const std::optional<double> bench = benchmarkOwn ? periodReturn(*benchmarkOwn, periods[p]) : std::nullopt;
+            const std::optional<double> bench = benchmarkOwn ? benchmarkOwn->presetReturn(periods[p]) : std::nullopt;
             if (line.returns[p] && bench) {
                 ++beats.compared;
                 if (*line.returns[p] > *bench)
