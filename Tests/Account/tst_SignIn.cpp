@@ -36,6 +36,8 @@ const QRegularExpression urlSafe(QStringLiteral("^[A-Za-z0-9_-]+$"));
 
 } // namespace
 
+Q_DECLARE_METATYPE(tessary::test::ScriptedReply)
+
 class SignInTests : public QObject {
     Q_OBJECT
 
@@ -48,6 +50,8 @@ private Q_SLOTS:
     void callbackChecks_data();
     void callbackChecks();
     void unauthorizedSignsOut();
+    void misbehavingServerFailsInTime_data();
+    void misbehavingServerFailsInTime();
     void tokenFileStaysOwnerOnly();
 };
 
@@ -188,6 +192,38 @@ void SignInTests::unauthorizedSignsOut()
     QVERIFY(!account.token());
     QVERIFY(!QFile::exists(account.credentialsFile()));
     QCOMPARE(signedOut.count(), 1);
+}
+
+void SignInTests::misbehavingServerFailsInTime_data()
+{
+    QTest::addColumn<ScriptedReply>("reply");
+    QTest::addColumn<QString>("error");
+    const QByteArray info = R"({"email":"a@b.c"})";
+    QTest::newRow("never answers") << ScriptedReply::silent() << QStringLiteral("The request timed out.");
+    // A byte every tenth of a second keeps Qt's own transfer timeout from ever firing.
+    QTest::newRow("10 bytes a second") << ScriptedReply::trickled(info + QByteArray(64, ' '), 10)
+                                       << QStringLiteral("The request timed out.");
+    QTest::newRow("50 MB body") << ScriptedReply::json(QByteArray(50 * 1024 * 1024, ' '))
+                                << QStringLiteral("The reply is larger than 32 MB.");
+}
+
+void SignInTests::misbehavingServerFailsInTime()
+{
+    QFETCH(ScriptedReply, reply);
+    QFETCH(QString, error);
+    QTemporaryDir dir;
+    QVERIFY((Credentials { QStringLiteral("t0ken"), QStringLiteral("a@b.c") }.write(dir.filePath("account.json"))));
+    FixtureServer server;
+    server.script(QStringLiteral("/account/info"), reply);
+    QNetworkAccessManager network;
+    AccountService account(dir.path(), &network);
+    account.setEndpoints(server.baseUrl(), server.baseUrl());
+    account.setTimeout(std::chrono::seconds(1));
+    const auto result = test::runTask(account.refreshInfo());
+    QVERIFY2(result, "the account request waited past its timeout");
+    QVERIFY(!*result);
+    QCOMPARE(result->error().description(), error);
+    QCOMPARE(account.status(), AccountService::Status::signedIn);
 }
 
 void SignInTests::tokenFileStaysOwnerOnly()

@@ -4,6 +4,7 @@
 #include "Pkce.h"
 
 #include "Tessary/MarketData/APIClient.h"
+#include "Tessary/MarketData/ReplyBounds.h"
 #include "Tessary/Shell/NetworkReply.h"
 
 #include <QCoroNetworkReply>
@@ -218,7 +219,6 @@ QCoro::Task<std::expected<AccountReply, AccountError>> AccountService::send(
     if (!m_network || m_server.isEmpty())
         co_return std::unexpected(AccountError::transport(QStringLiteral("The account service is not running.")));
     QNetworkRequest request(urlBelow(m_server, path));
-    request.setTransferTimeout(static_cast<int>(APIClient::defaultTimeout.count()));
     if (m_token)
         request.setRawHeader("Authorization", "Bearer " + m_token->toUtf8());
     request.setRawHeader("User-Agent", QByteArray(APIClient::userAgent.data(), APIClient::userAgent.size()));
@@ -227,8 +227,11 @@ QCoro::Task<std::expected<AccountReply, AccountError>> AccountService::send(
     for (const auto& [name, value] : headers)
         request.setRawHeader(name, value);
     const OwnedReply reply(m_network->sendCustomRequest(request, method, body.value_or(QByteArray())));
+    const auto* bounds = new ReplyBounds(reply.get(), m_timeout, APIClient::largestBody);
     if (!co_await reply.finished() || !self)
         co_return std::unexpected(AccountError::cancelled());
+    if (bounds->cutOff())
+        co_return std::unexpected(AccountError::transport(bounds->cutOff()->description()));
     const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
     if (!status.isValid())
         co_return std::unexpected(AccountError::transport(reply->errorString()));

@@ -3,6 +3,8 @@
 #include "AccountError.h"
 #include "Credentials.h"
 
+#include "Tessary/MarketData/APIClient.h"
+
 #include <QByteArray>
 #include <QCoroTask>
 #include <QList>
@@ -58,6 +60,8 @@ public:
     const QUrl& web() const { return m_web; }
     // How the browser is opened: the desktop's default browser unless told otherwise.
     void setBrowserOpener(BrowserOpener opener) { m_openBrowser = std::move(opener); }
+    // The longest a whole account request may take, however the server trickles its reply.
+    void setTimeout(std::chrono::milliseconds timeout) { m_timeout = timeout; }
     // The computer's name the connect page shows ("Connect Tessary on NAME?").
     static QString computerName();
 
@@ -100,6 +104,7 @@ private:
 
     QString m_dataDirectory;
     QPointer<QNetworkAccessManager> m_network;
+    std::chrono::milliseconds m_timeout = APIClient::defaultTimeout;
     QUrl m_server;
     QUrl m_web;
     BrowserOpener m_openBrowser;

@@ -1,5 +1,6 @@
 #include "ReferenceData.h"
 
+#include "Tessary/MarketData/ReplyBounds.h"
 #include "Tessary/Shell/AtomicFile.h"
 #include "Tessary/Shell/NetworkReply.h"
 
@@ -84,6 +85,8 @@ QCoro::Task<> ReferenceData::loadCatalog(QNetworkAccessManager* network, QUrl we
     if (!m_catalogTag.isEmpty())
         request.setRawHeader("If-None-Match", m_catalogTag);
     const OwnedReply reply(network->get(request));
+    // A catalog trickling in or without end is given up; the one held stays.
+    new ReplyBounds(reply.get(), APIClient::defaultTimeout, APIClient::largestBody);
     if (!co_await reply.finished() || !self)
         co_return;
     // A 304 confirms the catalog held; anything else but a document keeps it too.
