@@ -19,6 +19,8 @@ namespace tessary {
 
 namespace {
 
+constexpr int settleMilliseconds = 1000;
+
 double seconds(clockid_t clock)
 {
     timespec now {};
@@ -115,6 +117,12 @@ private:
             QCoreApplication::exit(0);
             return;
         }
+        // What a user would see a moment after the chart: the app may tidy up once it is drawn.
+        QTimer::singleShot(settleMilliseconds, this, &MeasurementProbe::reportAndMoveOn);
+    }
+
+    void reportAndMoveOn()
+    {
         if (m_step == 0)
             planTour();
         reportMemory();

@@ -18,8 +18,8 @@ class Store;
 // process was started in seconds since 1970 (bash's $EPOCHREALTIME, taken just before exec),
 // or anything else to count from the start the kernel recorded (to its clock tick, 10 ms).
 // TESSARY_LIST_TOUR=N, once the first chart is painted, selects the next N lists one after the
-// other, as a click in the sidebar would, and prints the process's resident memory after each
-// one's chart is painted, then quits.
+// other, as a click in the sidebar would, and prints the process's resident memory a second
+// after each one's chart is painted, then quits.
 struct MeasurementRequest {
     bool startupTimes = false;
     std::optional<double> launchedAt; // seconds since 1970; none: the kernel's record
