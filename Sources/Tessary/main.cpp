@@ -197,7 +197,8 @@ int runWindow(int argc, char** argv)
     if (*snapshot)
         armSnapshot(window, widgets, **snapshot);
     else
-        QObject::connect(&launcher, &ServiceLauncher::ready, window.helpMenu(), &HelpMenu::checkIfAllowed);
+        // After the first chart, with the rest that can wait.
+        QObject::connect(&store, &Store::serviceConnected, window.helpMenu(), &HelpMenu::checkIfAllowed);
     armHover(window, *environment);
     if (environment->exportPath)
         armExport(window, store, *environment->exportPath);
