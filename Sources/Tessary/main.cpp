@@ -5,6 +5,7 @@
 #include "Tessary/App/CommandRunner.h"
 #include "Tessary/App/CompareCommand.h"
 #include "Tessary/App/ListCommand.h"
+#include "Tessary/App/Measurements.h"
 #include "Tessary/App/ProgramHelp.h"
 #include "Tessary/App/ServiceLauncher.h"
 #include "Tessary/App/SnapshotMode.h"
@@ -148,6 +149,11 @@ int runWindow(int argc, char** argv)
         std::fprintf(stderr, "tessary: %s\n", qPrintable(snapshot.error()));
         return 1;
     }
+    const auto measurement = MeasurementRequest::from(*environment);
+    if (!measurement) {
+        std::fprintf(stderr, "tessary: %s\n", qPrintable(measurement.error()));
+        return 1;
+    }
     const QString dataDirectory = environment->dataDir.value_or(Store::defaultDataDirectory());
     // One app per set of lists: a second start raises the first one's window instead of
     // opening the same files and a second service on the same database. A snapshot is a
@@ -191,10 +197,13 @@ int runWindow(int argc, char** argv)
     if (*snapshot)
         armSnapshot(window, widgets, **snapshot);
     else
-        QObject::connect(&launcher, &ServiceLauncher::ready, window.helpMenu(), &HelpMenu::checkIfAllowed);
+        // After the first chart, with the rest that can wait.
+        QObject::connect(&store, &Store::serviceConnected, window.helpMenu(), &HelpMenu::checkIfAllowed);
     armHover(window, *environment);
     if (environment->exportPath)
         armExport(window, store, *environment->exportPath);
+    if (*measurement)
+        armMeasurements(window, store, **measurement);
     window.show();
     if (!*snapshot)
         window.showTourOnFirstRun();

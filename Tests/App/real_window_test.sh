@@ -25,7 +25,8 @@ url=$(head -n 1 "$work/server.out" | sed 's/^listening on //')
 mkdir -p "$work/app"
 cat >"$work/app/lists.json" <<JSON
 [{"id":"6F1C2B8E-3D4A-4E5F-9A0B-1C2D3E4F5A6B","name":"Real prices","tickers":["AAPL","MSFT","CARR"],
-  "benchmark":"JNJ","preset":"10Y"}]
+  "benchmark":"JNJ","preset":"10Y"},
+ {"id":"0B5E7A11-8C2D-4F3E-9D6A-7B8C9D0E1F2A","name":"Two","tickers":["JNJ","CARR"],"benchmark":"AAPL"}]
 JSON
 
 unset QT_QPA_PLATFORM
@@ -73,3 +74,13 @@ copied=$(png_size "$work/clipboard.png") saved=$(png_size "$work/saved.png")
 [[ "$copied" == 2400x* && "$copied" == "$saved" ]] ||
   { echo "the clipboard held $copied, the saved card is $saved"; exit 1; }
 echo "PASS: Shift+Ctrl+C put the $copied card on the clipboard"
+
+# The start-up and memory hooks of Benchmarks/startup-memory: both paints are reported, the
+# tour reaches the second list's chart, and the app ends by itself.
+output=$(TESSARY_STARTUP_TIMES=1 TESSARY_LIST_TOUR=1 \
+  timeout 120 xvfb-run -a -s "-screen 0 1400x900x24" "$app" 2>"$work/app.err") ||
+  { echo "the measured start failed: $output $(cat "$work/app.err")"; exit 1; }
+grep -Eq '^startup: window [0-9]+ ms$' <<<"$output" && grep -Eq '^startup: chart [0-9]+ ms$' <<<"$output" &&
+  grep -Eq '^memory: list 2 of 2 \([23] tickers\): resident [0-9.]+ MB, peak [0-9.]+ MB$' <<<"$output" ||
+  { echo "unexpected measurement: $output"; exit 1; }
+echo "PASS: the start and the switch to a second list were measured"

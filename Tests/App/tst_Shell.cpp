@@ -1,6 +1,7 @@
 #include "Support/FixtureServer.h"
 #include "Support/TaskRunner.h"
 #include "Support/TestSupport.h"
+#include "Tessary/App/Measurements.h"
 #include "Tessary/App/SnapshotMode.h"
 #include "Tessary/Shell/Support.h"
 #include "Tessary/Shell/UpdateCheck.h"
@@ -36,6 +37,8 @@ private Q_SLOTS:
     void brokenFeedIsOneLine();
     void snapshotVariables_data();
     void snapshotVariables();
+    void measurementVariables_data();
+    void measurementVariables();
 
 private:
     QTemporaryDir m_serverData;
@@ -210,6 +213,38 @@ void ShellTests::snapshotVariables()
               .arg((*request)->size
                       ? QStringLiteral("%1x%2").arg((*request)->size->width()).arg((*request)->size->height())
                       : QStringLiteral("none"));
+    QCOMPARE(got, read);
+}
+
+void ShellTests::measurementVariables_data()
+{
+    QTest::addColumn<QString>("startup");
+    QTest::addColumn<QString>("tour");
+    QTest::addColumn<QString>("read"); // "times launched lists", or the error line
+    QTest::newRow("neither") << QString() << QString() << u"none"_qs;
+    QTest::newRow("times from the kernel's record") << u"1"_qs << QString() << u"1 kernel 0"_qs;
+    QTest::newRow("times from the launch") << u"1732390000.25"_qs << QString() << u"1 1732390000.25 0"_qs;
+    QTest::newRow("tour alone") << QString() << u"20"_qs << u"0 kernel 20"_qs;
+    QTest::newRow("no lists") << QString() << u"0"_qs << u"TESSARY_LIST_TOUR is not a number of lists: “0”"_qs;
+    QTest::newRow("words") << u"1"_qs << u"all"_qs << u"TESSARY_LIST_TOUR is not a number of lists: “all”"_qs;
+}
+
+void ShellTests::measurementVariables()
+{
+    QFETCH(QString, startup);
+    QFETCH(QString, tour);
+    QFETCH(QString, read);
+    Environment environment;
+    const auto given = [](const QString& text) { return text.isNull() ? std::nullopt : std::optional(text); };
+    environment.startupTimes = given(startup);
+    environment.listTour = given(tour);
+    const auto request = MeasurementRequest::from(environment);
+    const QString got = !request ? request.error()
+        : !*request              ? u"none"_qs
+                                 : QStringLiteral("%1 %2 %3")
+                          .arg(int((*request)->startupTimes))
+                          .arg((*request)->launchedAt ? QString::number(*(*request)->launchedAt, 'f', 2) : u"kernel"_qs)
+                          .arg((*request)->tourLists);
     QCOMPARE(got, read);
 }
 

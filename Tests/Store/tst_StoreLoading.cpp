@@ -69,6 +69,8 @@ private Q_SLOTS:
     void startLoadsUniverseAndCatalog();
     void oldCacheEntriesAreShownAndReloaded();
     void cacheKeepsTheMostRecentlyUsed();
+    void cacheStaysWithinItsBounds_data();
+    void cacheStaysWithinItsBounds();
 
 private:
     std::unique_ptr<Store> makeStore(bool connect = true);
@@ -267,6 +269,52 @@ void StoreLoadingTests::cacheKeepsTheMostRecentlyUsed()
     QVERIFY(!cache.find(QStringLiteral("b"), at));
     QVERIFY(cache.find(QStringLiteral("a"), at)->fresh);
     QVERIFY(!cache.find(QStringLiteral("a"), at + 16min)->fresh);
+}
+
+void StoreLoadingTests::cacheStaysWithinItsBounds_data()
+{
+    QTest::addColumn<QList<int>>("tickers"); // of each comparison inserted, as "a", "b", …
+    QTest::addColumn<int>("capacity");
+    QTest::addColumn<double>("budget"); // in 200-ticker comparisons
+    QTest::addColumn<QString>("kept"); // most recent first
+    QTest::newRow("by count") << QList { 2, 2, 2, 2 } << 3 << 10.0 << u"dcb"_qs;
+    QTest::newRow("by bytes") << QList { 200, 200, 200 } << 16 << 2.5 << u"cb"_qs;
+    QTest::newRow("small lists beside a full one") << QList { 200, 2, 2, 2, 2 } << 16 << 1.5 << u"edcba"_qs;
+    QTest::newRow("a full one pushes small ones out") << QList { 2, 2, 200, 200 } << 16 << 1.5 << u"d"_qs;
+    QTest::newRow("the newest stays, however large") << QList { 200 } << 16 << 0.5 << u"a"_qs;
+}
+
+void StoreLoadingTests::cacheStaysWithinItsBounds()
+{
+    QFETCH(QList<int>, tickers);
+    QFETCH(int, capacity);
+    QFETCH(double, budget);
+    QFETCH(QString, kept);
+    const auto comparisonOf = [](int count) {
+        Comparison comparison;
+        for (int i = 0; i < count; ++i)
+            comparison.series.push_back(
+                ChartSeries { u"T%1"_qs.arg(i), std::vector<ChartPoint>(pointBudget(200)), false, i });
+        return std::make_shared<const Comparison>(std::move(comparison));
+    };
+    const auto keyOf = [](qsizetype i) { return QString(QChar(char16_t(u'a' + i))); };
+    const auto full = ComparisonCache::approximateBytes(*comparisonOf(200));
+    ComparisonCache cache(std::size_t(capacity), 15min, std::size_t(budget * double(full)));
+    const auto at = ComparisonCache::Clock::time_point {};
+    std::size_t expectedBytes = 0;
+    for (qsizetype i = 0; i < tickers.size(); ++i) {
+        const auto comparison = comparisonOf(tickers[i]);
+        cache.insert(keyOf(i), comparison, at);
+        if (kept.contains(keyOf(i)))
+            expectedBytes += ComparisonCache::approximateBytes(*comparison);
+    }
+    QString found;
+    for (qsizetype i = tickers.size() - 1; i >= 0; --i) {
+        if (cache.find(keyOf(i), at))
+            found += keyOf(i);
+    }
+    QCOMPARE(found, kept);
+    QCOMPARE(cache.bytes(), expectedBytes);
 }
 
 QTEST_GUILESS_MAIN(StoreLoadingTests)

@@ -96,6 +96,8 @@ std::expected<Environment, EnvironmentError> Environment::read(const QProcessEnv
         { &Environment::supportAddress, "TESSARY_SUPPORT_EMAIL" },
         { &Environment::snapshotWindow, "TESSARY_SNAPSHOT_WINDOW" },
         { &Environment::snapshotScroll, "TESSARY_SNAPSHOT_SCROLL" },
+        { &Environment::startupTimes, "TESSARY_STARTUP_TIMES" },
+        { &Environment::listTour, "TESSARY_LIST_TOUR" },
     };
     for (const auto& [member, name] : texts)
         environment.*member = text(variables, name);

@@ -45,6 +45,8 @@ struct Environment {
     std::optional<QString> supportAddress; // TESSARY_SUPPORT_EMAIL
     std::optional<QString> snapshotWindow; // TESSARY_SNAPSHOT_WINDOW: main, settings or widget
     std::optional<QString> snapshotScroll; // TESSARY_SNAPSHOT_SCROLL: rows to scroll the rankings by
+    std::optional<QString> startupTimes; // TESSARY_STARTUP_TIMES: print when the window and chart were painted
+    std::optional<QString> listTour; // TESSARY_LIST_TOUR: lists to switch through, printing memory
     // TESSARY_HOVER: a day (yyyy-MM-dd) or a fraction of the chart's width, 0 to 1, where the
     // chart shows its hover without a pointer, for pictures.
     std::optional<std::variant<QDate, double>> hover;

@@ -1,5 +1,7 @@
 #include "ComparisonLoader.h"
 
+#include "Tessary/Shell/FreeMemory.h"
+
 #include <QNetworkReply>
 #include <QPointer>
 
@@ -8,6 +10,8 @@ namespace tessary {
 namespace {
 
 const QString cacheKeySuffix = QStringLiteral("v1");
+// Long enough for the finished reply to be deleted and the chart to be drawn first.
+constexpr auto freeMemoryDelay = std::chrono::milliseconds(500);
 
 QString periodKeyLabel(const ListPeriod& period)
 {
@@ -22,6 +26,9 @@ ComparisonLoader::ComparisonLoader(std::function<Clock::time_point()> clock, QOb
     : QObject(parent)
     , m_clock(clock ? std::move(clock) : [] { return Clock::now(); })
 {
+    m_freeMemory.setSingleShot(true);
+    m_freeMemory.setInterval(freeMemoryDelay);
+    connect(&m_freeMemory, &QTimer::timeout, this, &returnFreeMemory);
 }
 
 QString ComparisonLoader::cacheKey(const QStringList& tickers, const QString& benchmark, const ListPeriod& period)
@@ -104,8 +111,11 @@ QCoro::Task<> ComparisonLoader::run(quint64 generation, QString key, LoadTarget 
 {
     QPointer<ComparisonLoader> self(this);
     auto comparison = co_await fetch(target.tickers, target.benchmark, target.period, cancellation);
+    if (!self)
+        co_return;
+    m_freeMemory.start();
     // A newer load owns the fields now; this result must not touch them.
-    if (!self || cancellation.isCancelled() || generation != m_generation)
+    if (cancellation.isCancelled() || generation != m_generation)
         co_return;
     if (!comparison) {
         if (comparison.error().isCancelled())

@@ -9,6 +9,7 @@
 
 #include <QCoroTask>
 #include <QObject>
+#include <QTimer>
 #include <QUuid>
 
 #include <functional>
@@ -75,6 +76,8 @@ private:
     std::optional<QString> m_loadError;
     quint64 m_generation = 0;
     Cancellation m_cancellation;
+    // Runs a moment after the last load has ended and its reply has been let go.
+    QTimer m_freeMemory;
 };
 
 } // namespace tessary

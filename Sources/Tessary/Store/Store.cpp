@@ -4,6 +4,7 @@
 #include <QNetworkAccessManager>
 #include <QPointer>
 #include <QStandardPaths>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -394,11 +395,33 @@ void Store::connectService(const QUrl& marketData, const QUrl& web, bool loadInB
     m_loader->setClient(APIClient(marketData, m_network));
     m_related->setClient(*m_loader->client());
     m_web = web;
-    Q_EMIT serviceConnected();
-    if (!loadInBackground)
+    if (!loadInBackground) {
+        Q_EMIT serviceConnected();
         return;
-    start();
+    }
+    // The window waits for the selection's chart, and the service answers one request after
+    // another: its prices are asked for first, and what can wait (the universe, the catalog,
+    // related tickers, the widgets, the account) once they are in, so none of those replies
+    // is read before the chart is drawn.
     refresh();
+    if (!isLoading()) {
+        startAfterFirstLoad();
+        return;
+    }
+    auto* waiting = new QObject(this);
+    connect(m_loader, &ComparisonLoader::loadingChanged, waiting, [this, waiting](bool loading) {
+        if (loading)
+            return;
+        waiting->deleteLater();
+        QObject::disconnect(m_loader, nullptr, waiting, nullptr);
+        QTimer::singleShot(0, this, &Store::startAfterFirstLoad);
+    });
+}
+
+void Store::startAfterFirstLoad()
+{
+    Q_EMIT serviceConnected();
+    start();
 }
 
 void Store::start()

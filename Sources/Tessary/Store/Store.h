@@ -144,8 +144,9 @@ public:
 
     // Loading. Until a service is connected nothing is requested and `isLoading` stays true
     // for a selected list, so the window shows progress instead of an error.
-    // `loadInBackground` also fetches the universe and catalog and loads the selection; a
-    // one-off command that only asks for one comparison leaves it off.
+    // `loadInBackground` also loads the selection and, once that load has ended, emits
+    // `serviceConnected` and fetches the universe and catalog (`start`); a one-off command
+    // that only asks for one comparison leaves it off and gets `serviceConnected` at once.
     void connectService(const QUrl& marketData, const QUrl& web, bool loadInBackground = true);
     bool isServiceConnected() const { return m_loader->client().has_value(); }
     // The web origin given with the service; empty until then.
@@ -202,6 +203,7 @@ private:
     void setImportOffer(std::optional<int> offer);
     void setSelectedPeriod(const ListPeriod& period);
     void selectFallback();
+    void startAfterFirstLoad();
 
     QString m_dataDirectory;
     std::shared_ptr<Preferences> m_preferences;
