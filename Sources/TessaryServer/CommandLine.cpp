@@ -69,6 +69,20 @@ std::expected<quint16, UsageError> parsePort(const QString& text)
     return static_cast<quint16>(port);
 }
 
+// A whole number within [lowest, highest], for options that count or time something.
+std::expected<int, UsageError> parseBounded(const QString& option, const QString& text, int lowest, int highest)
+{
+    bool ok = false;
+    const int value = text.toInt(&ok);
+    if (!ok || value < lowest || value > highest)
+        return usage(QStringLiteral("%1 must be a number from %2 to %3, not \"%4\"")
+                         .arg(option)
+                         .arg(lowest)
+                         .arg(highest)
+                         .arg(text));
+    return value;
+}
+
 std::expected<double, UsageError> parsePositive(const QString& option, const QString& text)
 {
     bool ok = false;
@@ -161,11 +175,10 @@ std::expected<bool, UsageError> readStorageOption(
             return std::unexpected(read.error());
         return true;
     }
-    bool ok = false;
-    const int connections = value->toInt(&ok);
-    if (!ok || connections < 1 || connections > 1000)
-        return usage(QStringLiteral("--db-connections must be a number from 1 to 1000, not \"%1\"").arg(*value));
-    postgres.connections = connections;
+    const auto connections = parseBounded(option, *value, 1, 1000);
+    if (!connections)
+        return std::unexpected(connections.error());
+    postgres.connections = *connections;
     return true;
 }
 
@@ -211,6 +224,19 @@ std::expected<Command, UsageError> parseServe(ArgumentReader& reader)
             if (!directory)
                 return std::unexpected(directory.error());
             command.options.dataDirectory = *directory;
+        } else if (option == u"--max-connections" || option == u"--idle-timeout") {
+            const auto text = reader.value(option);
+            if (!text)
+                return std::unexpected(text.error());
+            const bool connections = option == u"--max-connections";
+            const auto value
+                = connections ? parseBounded(option, *text, 1, 100'000) : parseBounded(option, *text, 1, 3600);
+            if (!value)
+                return std::unexpected(value.error());
+            if (connections)
+                command.options.limits.connections = *value;
+            else
+                command.options.limits.timeout = std::chrono::seconds(*value);
         } else if (option == u"--no-demo") {
             if (const auto flag = reader.noValue(option); !flag)
                 return std::unexpected(flag.error());
@@ -445,6 +471,7 @@ QString usageText()
 {
     return QStringLiteral(R"(Usage:
   tessary-server serve [--host 127.0.0.1] [--port N] [--data-dir DIR] [--no-demo] [--signup]
+                       [--max-connections N] [--idle-timeout SECONDS]
                        [--refresh daily[@HH:MM] --provider NAME [PROVIDER OPTIONS]]
   tessary-server import prices [--data-dir DIR] PATH...
   tessary-server import universe [--data-dir DIR] FILE
@@ -478,6 +505,12 @@ serve             Serves the market data over HTTP: GET /tickers, /prices,
   --no-demo       Do not seed the simulated demo market into an empty database.
   --signup        Let the sign-in page create accounts (otherwise only
                   "account add" does).
+  --max-connections N
+                  Connections held at once (default 256); past it, the one quiet
+                  longest is closed to make room.
+  --idle-timeout SECONDS
+                  Time a request head has to arrive whole, and an idle connection
+                  stays open (default 15).
   --refresh daily[@HH:MM]
                   Fetch every stored imported symbol once a day at HH:MM New York
                   time (default 18:00, not before the 16:00 close) on trading days,

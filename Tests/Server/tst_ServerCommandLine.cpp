@@ -30,13 +30,19 @@ QString summary(const Command& command)
         return QStringLiteral("help");
     if (const auto* serve = std::get_if<ServeCommand>(&command)) {
         const ServerOptions& options = serve->options;
-        return QStringLiteral("serve %1 %2 %3%4%5")
+        return QStringLiteral("serve %1 %2 %3%4%5%6")
                    .arg(options.host)
                    .arg(options.port)
                    .arg(options.dataDirectory == defaultDataDirectory() ? QStringLiteral("default")
                                                                         : options.dataDirectory)
                    .arg(options.demo ? QString() : QStringLiteral(" no-demo"))
                    .arg(on(options.postgres))
+                   .arg(options.limits.connections == ConnectionLimits {}.connections
+                               && options.limits.timeout == ConnectionLimits {}.timeout
+                           ? QString()
+                           : QStringLiteral(" limits %1 %2s")
+                                 .arg(options.limits.connections)
+                                 .arg(options.limits.timeout.count() / 1000))
             + (options.refresh ? QStringLiteral(" refresh %1 %2 %3/s")
                                      .arg(options.refresh->at.toString(u"HH:mm"), options.refresh->provider.name)
                                      .arg(options.refresh->provider.policy.requestsPerSecond)
@@ -138,6 +144,13 @@ void ServerCommandLineTests::parse_data()
                                        "not \"mysql://db/m\"";
     QTest::newRow("no connections") << "serve --db-connections 0"
                                     << "error: --db-connections must be a number from 1 to 1000, not \"0\"";
+    QTest::newRow("connection limits") << "serve --max-connections 1000 --idle-timeout=60"
+                                       << "serve 127.0.0.1 0 default limits 1000 60s";
+    QTest::newRow("idle timeout of none") << "serve --idle-timeout 0"
+                                          << "error: --idle-timeout must be a number from 1 to 3600, not \"0\"";
+    QTest::newRow("connections not a number") << "serve --max-connections many"
+                                              << "error: --max-connections must be a number from 1 to 100000, not "
+                                                 "\"many\"";
     QTest::newRow("migrate") << "migrate --from sqlite:/srv/t --to postgresql:///m"
                              << "migrate /srv/t on postgresql:///m (4)";
     QTest::newRow("migrate from PostgreSQL") << "migrate --from postgresql:///a --to postgresql:///m"
